@@ -1,0 +1,62 @@
+# Two helpers: add_layer() makes the one target of a layer, add_unit_test() the tests beside it.
+#
+# add_layer(name SOURCES files... [DEPENDS layers...] [LIBRARIES targets...])
+#   A static library `name`. DEPENDS links other layers and records the edge, so that the test `layers` can compare
+#   every #include with the edges allowed. LIBRARIES are targets from outside.
+#
+# add_unit_test(layer names... [LIBRARIES targets...])
+#   For each name, tests/<layer>/tst_<name>.cpp becomes the test tst_<layer>_<name>, linked with its layer alone.
+
+add_library(coinvale_options INTERFACE)
+target_compile_features(coinvale_options INTERFACE cxx_std_20)
+target_compile_options(coinvale_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+if(COINVALE_WERROR)
+  target_compile_options(coinvale_options INTERFACE -Werror)
+endif()
+if(COINVALE_SANITIZE)
+  target_compile_options(coinvale_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                                    -fno-omit-frame-pointer)
+  target_link_options(coinvale_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTOUIC ON)
+set(CMAKE_AUTORCC ON)
+
+set_property(GLOBAL PROPERTY COINVALE_LAYERS "")
+
+function(add_layer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} ${ARG_LIBRARIES} PRIVATE coinvale_options)
+  target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/platform")
+  list(JOIN ARG_DEPENDS "," edges)
+  set_property(GLOBAL APPEND PROPERTY COINVALE_LAYERS "${name}=${edges}")
+endfunction()
+
+function(add_unit_test layer)
+  cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
+  foreach(name IN LISTS ARG_UNPARSED_ARGUMENTS)
+    set(target tst_${layer}_${name})
+    add_executable(${target} "${PROJECT_SOURCE_DIR}/tests/${layer}/tst_${name}.cpp")
+    target_link_libraries(${target} PRIVATE ${layer} Qt6::Test ${ARG_LIBRARIES} coinvale_options)
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    add_test(NAME ${target} COMMAND ${target})
+    # Results must not depend on the machine: language, time zone and window system are pinned.
+    set_tests_properties(${target} PROPERTIES LABELS ${layer} TIMEOUT 300
+      ENVIRONMENT "LC_ALL=C.UTF-8;TZ=UTC;QT_QPA_PLATFORM=offscreen;QT_STYLE_OVERRIDE=Fusion")
+  endforeach()
+endfunction()
+
+# The test `layers`: every #include of a layer must be of itself or of a layer that it names in DEPENDS (or of what
+# those name in turn). A new edge is one line in a CMakeLists.txt that gets noticed.
+function(add_layer_check)
+  get_property(layers GLOBAL PROPERTY COINVALE_LAYERS)
+  list(JOIN layers "|" layers)
+  add_test(NAME layers COMMAND ${CMAKE_COMMAND} "-DROOT=${PROJECT_SOURCE_DIR}" "-DLAYERS=${layers}" -P
+                               "${PROJECT_SOURCE_DIR}/tests/layers.cmake")
+  set_tests_properties(layers PROPERTIES LABELS layers)
+endfunction()
