@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+// The seam to the disk: everything the engine does outside its own memory goes through these two interfaces.
+//
+// Three disks exist: the real one (file_posix.cpp, file_win32.cpp), one in memory (memory_disk.h) and one that fails
+// at the Nth operation (fault_disk.h). Offsets and lengths are bytes. All operations throw jet::Error: Io or DiskFull
+// when the system fails, and on opening FileNotFound, PathNotFound, AccessDenied or Busy.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "jet/types.h"
+
+namespace jet {
+
+class File {
+ public:
+    File() = default;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    virtual ~File() = default;
+
+    // Reads up to `out.size()` bytes at `offset`; returns how many there were (less only at the end of the file).
+    virtual std::size_t read(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
+    // Writes all of `data`, growing the file if needed. After an exception any part may have been written.
+    virtual void write(std::uint64_t offset, ByteView data) = 0;
+    [[nodiscard]] virtual std::uint64_t size() = 0;
+    virtual void truncate(std::uint64_t size) = 0;
+    // Returns when everything written is on the medium.
+    virtual void flush() = 0;
+    // Takes the process lock of this file, without waiting: shared for readers, exclusive for a writer. False when
+    // another process (or another File of this one) holds a lock that excludes it. Freed when the File goes away.
+    virtual bool lock(bool exclusive) = 0;
+};
+
+enum class OpenMode {
+    Read,        // must exist
+    ReadWrite,   // must exist
+    Create,      // made if missing, kept if there
+    CreateNew,   // made or emptied
+};
+
+class Disk {
+ public:
+    Disk() = default;
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+    virtual ~Disk() = default;
+
+    virtual std::unique_ptr<File> open(const std::string& path, OpenMode mode) = 0;
+    [[nodiscard]] virtual bool exists(const std::string& path) = 0;
+    // Removing a file that is not there is no error.
+    virtual void remove(const std::string& path) = 0;
+    // Replaces `to` in one step.
+    virtual void rename(const std::string& from, const std::string& to) = 0;
+    // Makes creations, removals and renames in the folder of `path` durable.
+    virtual void flushFolder(const std::string& path) = 0;
+    // A text that is the same for every path that leads to the same file (links resolved).
+    virtual std::string identity(const std::string& path) = 0;
+};
+
+// The real disk of this system; lives as long as the process. Paths are UTF-8.
+Disk& realDisk();
+
+}  // namespace jet
