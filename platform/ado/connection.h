@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+// Connection is an open database and executes SQL text against it.
+//
+//   ado::Connection cnn;
+//   cnn.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=home.mdb;Jet OLEDB:Database Password=secret;", "", "");
+//   auto rs = cnn.Execute("select count(*) from tbl_items");
+//   const double count = rs->number(0);
+//
+// Every statement is a transaction of its own, durable when Execute returns. Several connections to one file share it
+// within the process; another process is refused. Closing a connection closes its recordsets, but not those that were
+// disconnected. Everything throws vbrt::Error and runs on the user-interface thread.
+#pragma once
+
+#include <QString>
+#include <memory>
+
+#include "ado/constants.h"
+#include "ado/recordset.h"
+
+namespace ado {
+
+class ConnectionString;
+class Session;
+
+// The name of the one provider.
+inline constexpr char kJetProvider[] = "Microsoft.Jet.OLEDB.4.0";
+
+class Connection {
+ public:
+    Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection();
+
+    // The provider used when the connection string names none. Error 3705 while open.
+    void setProvider(const QString& provider);
+    [[nodiscard]] const QString& Provider() const { return m_provider; }
+
+    // Keys: Provider, Data Source (a path), Jet OLEDB:Database Password, Mode=Read for a database that is never
+    // written, Jet OLEDB:Engine Type (ignored: the file says what it is), User ID and Password ("admin" or empty, and
+    // empty). `user` and `password` count where the string gives none. A file without write permission is opened for
+    // reading. Errors 3705 (already open), 3706 (no such provider), -2147467259 and others from the database.
+    void Open(const QString& connectionString, const QString& user = {}, const QString& password = {},
+              int options = -1);
+    // Error 3704 when not open.
+    void Close();
+    [[nodiscard]] ObjectState State() const;
+
+    // Runs one statement. A SELECT gives a forward-only recordset on its first row, produced while it is read; any
+    // other statement a closed one, and `affected` receives the number of rows it named. `options` is adCmdText,
+    // adCmdTable
+    // (`sql` is then the name of a table or query) or adCmdUnspecified. Error 3704 when not open.
+    std::shared_ptr<Recordset> Execute(const QString& sql, long* affected = nullptr, int options = adCmdText);
+
+ private:
+    friend class Recordset;
+
+    QString m_provider;
+    std::shared_ptr<Session> m_session;  // shared with the recordsets that are still reading; empty when closed
+};
+
+}  // namespace ado

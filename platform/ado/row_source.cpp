@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#include "ado/row_source.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <numeric>
+#include <type_traits>
+#include <utility>
+
+#include "ado/errors.h"
+#include "jet/text_order.h"
+
+namespace ado {
+namespace {
+
+class Forward : public RowSource {
+ public:
+    explicit Forward(std::unique_ptr<jetsql::Rows> rows) : m_rows(std::move(rows)) {
+        m_atEnd = !m_rows->next(m_row);
+        m_empty = m_atEnd;
+    }
+
+    const std::vector<jetsql::OutputColumn>& columns() const override { return m_rows->columns(); }
+    const jet::Row* current() const override { return m_atEnd ? nullptr : &m_row; }
+    bool atBeginning() const override { return m_empty; }
+    bool atEnd() const override { return m_atEnd; }
+    long count() const override { return -1; }
+
+    void moveFirst() override {
+        if (m_empty)
+            raise(kNoCurrentRecord);
+        if (m_moved)
+            raise(kOnlyForward);
+    }
+
+    void moveNext() override {
+        if (m_atEnd)
+            raise(kNoCurrentRecord);
+        m_moved = true;
+        m_atEnd = !m_rows->next(m_row);
+    }
+
+    void movePrevious() override { raise(m_empty ? kNoCurrentRecord : kOnlyForward); }
+
+    void moveLast() override {
+        if (m_empty)
+            raise(kNoCurrentRecord);
+        if (m_atEnd)
+            raise(kOnlyForward);
+        jet::Row row;
+        while (m_rows->next(row)) {
+            m_moved = true;
+            std::swap(m_row, row);
+        }
+    }
+
+    void sort(const std::vector<SortKey>&) override { raise(kNotAllowedHere); }
+
+ private:
+    std::unique_ptr<jetsql::Rows> m_rows;
+    jet::Row m_row;
+    bool m_empty = false;
+    bool m_moved = false;
+    bool m_atEnd = false;
+};
+
+// Null first, then by value. REQUIRES: two values of one column.
+int compareValues(const jet::Value& a, const jet::Value& b) {
+    const auto order = [](const auto& x, const auto& y) { return x < y ? -1 : (y < x ? 1 : 0); };
+    if (a.index() != b.index())
+        return order(a.index(), b.index());
+    return std::visit(
+        [&](const auto& x) {
+            using T = std::decay_t<decltype(x)>;
+            const T& y = std::get<T>(b);
+            if constexpr (std::is_same_v<T, jet::Null>)
+                return 0;
+            else if constexpr (std::is_same_v<T, std::string>)
+                return jet::compareText(x, y);
+            else if constexpr (std::is_same_v<T, jet::Currency>)
+                return order(x.units, y.units);
+            else if constexpr (std::is_same_v<T, jet::Date>)
+                return order(x.serial, y.serial);
+            else if constexpr (std::is_same_v<T, jet::Guid>)
+                return order(x.bytes, y.bytes);
+            else
+                return order(x, y);
+        },
+        a);
+}
+
+class Snapshot : public RowSource {
+ public:
+    Snapshot(std::vector<jetsql::OutputColumn> columns, std::vector<jet::Row> rows)
+        : m_columns(std::move(columns)), m_rows(std::move(rows)), m_order(m_rows.size()) {
+        std::iota(m_order.begin(), m_order.end(), 0U);
+    }
+
+    const std::vector<jetsql::OutputColumn>& columns() const override { return m_columns; }
+    const jet::Row* current() const override {
+        return m_place < 0 || m_place >= size() ? nullptr : &m_rows[m_order[static_cast<std::size_t>(m_place)]];
+    }
+    bool atBeginning() const override { return m_place < 0 || size() == 0; }
+    bool atEnd() const override { return m_place >= size(); }
+    long count() const override { return static_cast<long>(size()); }
+
+    void moveFirst() override { moveTo(0); }
+    void moveLast() override { moveTo(size() - 1); }
+    void moveNext() override {
+        if (atEnd())
+            raise(kNoCurrentRecord);
+        ++m_place;
+    }
+    void movePrevious() override {
+        if (atBeginning())
+            raise(kNoCurrentRecord);
+        --m_place;
+    }
+
+    void sort(const std::vector<SortKey>& keys) override {
+        std::iota(m_order.begin(), m_order.end(), 0U);
+        std::stable_sort(m_order.begin(), m_order.end(), [&](std::uint32_t a, std::uint32_t b) {
+            for (const SortKey& key : keys) {
+                const int order = compareValues(m_rows[a][key.column], m_rows[b][key.column]);
+                if (order != 0)
+                    return key.descending ? order > 0 : order < 0;
+            }
+            return false;
+        });
+        m_place = 0;
+    }
+
+ private:
+    [[nodiscard]] std::ptrdiff_t size() const { return static_cast<std::ptrdiff_t>(m_rows.size()); }
+    void moveTo(std::ptrdiff_t place) {
+        if (size() == 0)
+            raise(kNoCurrentRecord);
+        m_place = place;
+    }
+
+    std::vector<jetsql::OutputColumn> m_columns;
+    std::vector<jet::Row> m_rows;
+    std::vector<std::uint32_t> m_order;  // positions in m_rows
+    std::ptrdiff_t m_place = 0;          // -1 = before the first, size() = behind the last
+};
+
+}  // namespace
+
+std::unique_ptr<RowSource> forwardRows(std::unique_ptr<jetsql::Rows> rows) {
+    return std::make_unique<Forward>(std::move(rows));
+}
+
+std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, std::vector<jet::Row> rows) {
+    return std::make_unique<Snapshot>(std::move(columns), std::move(rows));
+}
+
+std::unique_ptr<RowSource> snapshotRows(jetsql::Rows& rows) {
+    std::vector<jet::Row> all;
+    jet::Row row;
+    while (rows.next(row))
+        all.push_back(std::exchange(row, {}));
+    return snapshotRows(rows.columns(), std::move(all));
+}
+
+}  // namespace ado

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#include "ado/text.h"
+
+#include "jet/error.h"
+
+namespace ado {
+
+std::string toUtf8(QStringView text) {
+    if (!text.isValidUtf16())
+        throw jet::Error(jet::Errc::NotRepresentable, "\xEF\xBF\xBD");
+    return text.toUtf8().toStdString();
+}
+
+}  // namespace ado
