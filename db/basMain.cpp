@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include "db/basMain.h"
+
+#include <QFile>
+
+#include "ado/connection_string.h"
+#include "ado/database_file.h"
+#include "ado/errors.h"
+#include "controls/hourglass.h"
+#include "controls/message_box.h"
+
+std::unique_ptr<clsDatabase> objDatabase;
+QString strDatabasePath;
+QString strDatabaseTitle;
+QString strPassword;
+QString strUserName;
+bool blnDatabaseOpen = false;
+
+QString SqlQuote(const QString& strText) {
+    return QString(strText).replace(u'\'', u"''"_qs);
+}
+
+bool WriteResource(const QString& strName, const QString& strType, const QString& strPath) {
+    QFile resource(u":/"_qs + strType + u'/' + strName);
+    if (!resource.open(QIODevice::ReadOnly))
+        vbrt::raise(vbrt::kFileNotFound);
+    ado::writeDatabaseFile(strPath, resource.readAll());
+    return true;
+}
+
+QString ShapeConnectionString() {
+    return u"Data Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_qs + ado::connectionValue(strDatabasePath) +
+           u";Jet OLEDB:Database Password="_qs + ado::connectionValue(strPassword) + u";Jet OLEDB:Engine Type=4;"_qs;
+}
+
+void ShowError() {
+    const vbrt::Error error = ado::currentError();
+    controls::restorePointer();
+    controls::MsgBox(nullptr,
+                     "Error #: " + QString::number(error.number()) + "\r" + QString::fromStdString(error.description()),
+                     controls::MsgIcon::Exclamation, controls::MsgButtons::Ok, "Error");
+}

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "db/clsDatabase.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include "ado/connection_string.h"
+#include "ado/database_file.h"
+#include "ado/jet_engine.h"
+#include "controls/hourglass.h"
+#include "controls/message_box.h"
+#include "db/basMain.h"
+#include "vbrt/error.h"
+
+namespace {
+
+// Without the engine type, which only a file to be written has.
+QString JetConnectionString(const QString& strPath) {
+    return u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_qs + ado::connectionValue(strPath) +
+           u";Jet OLEDB:Database Password="_qs + ado::connectionValue(strPassword) + u";"_qs;
+}
+
+const QString kEngineType = u"Jet OLEDB:Engine Type=4;"_qs;  // Jet 3.x
+
+}  // namespace
+
+clsDatabase::clsDatabase() {
+    OpenDatabase();
+}
+
+clsDatabase::~clsDatabase() {
+    CloseDatabase();
+}
+
+const std::shared_ptr<ado::Connection>& clsDatabase::objCnn() const {
+    if (!m_objCnn)
+        vbrt::raise(vbrt::kObjectNotSet);
+    return m_objCnn;
+}
+
+void clsDatabase::OpenDatabase() {
+    try {
+        m_objCnn = std::make_shared<ado::Connection>();
+        m_objCnn->Open(JetConnectionString(strDatabasePath) + kEngineType, QString(), QString(), -1);
+        blnDatabaseOpen = true;
+    } catch (...) {
+        // Kept: one message for every failure, a wrong password or a missing file as well.
+        controls::restorePointer();
+        controls::MsgBox(nullptr, "Unrecognized database format '" + strDatabaseTitle + "'.",
+                         controls::MsgIcon::Information);
+        blnDatabaseOpen = false;
+        strDatabasePath.clear();
+        strDatabaseTitle.clear();
+    }
+}
+
+void clsDatabase::CloseDatabase() {
+    try {
+        if (m_objCnn && m_objCnn->State() == ado::adStateOpen)
+            m_objCnn->Close();
+        m_objCnn.reset();
+        blnDatabaseOpen = false;
+    } catch (...) {
+        blnDatabaseOpen = false;
+        ShowError();
+    }
+}
+
+bool clsDatabase::CompactDatabase() {
+    try {
+        const controls::Hourglass hourglass;
+        CloseDatabase();
+        const QString strTempPath = QDir(QCoreApplication::applicationDirPath()).filePath("Tempdata.mdb");
+        if (QFileInfo::exists(strTempPath))
+            ado::deleteDatabaseFile(strTempPath);
+        ado::JetEngine().CompactDatabase(JetConnectionString(strDatabasePath),
+                                         JetConnectionString(strTempPath) + kEngineType);
+        // Deleting the budget and renaming the copy are one step, so that the budget is never missing.
+        ado::replaceDatabaseFile(strTempPath, strDatabasePath);
+        OpenDatabase();
+        return true;
+    } catch (...) {
+        ShowError();
+        return false;
+    }
+}
+
+std::shared_ptr<ado::Recordset> clsDatabase::OpenRecordset(const QString& strSource, int intCursorType, int intLockType,
+                                                           int intCmdType) {
+    try {
+        auto objRst = std::make_shared<ado::Recordset>();
+        objRst->setCursorLocation(ado::adUseClient);
+        objRst->Open(strSource, *objCnn(), intCursorType, intLockType, intCmdType);
+        objRst->setActiveConnection(nullptr);
+        return objRst;
+    } catch (...) {
+        ShowError();
+        return {};
+    }
+}
