@@ -1,0 +1,618 @@
+// SPDX-License-Identifier: MIT
+#include "controls/list_view.h"
+
+#include <QAbstractTableModel>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QStyledItemDelegate>
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstring>
+#include <numeric>
+#include <string>
+
+#include "controls/row_store.h"
+#include "controls/sort_text.h"
+
+namespace controls {
+
+namespace {
+
+constexpr int kMargin = 6;            // pixels on each side of a cell's text, for default widths
+constexpr int kArrowGap = 4;          // pixels between a header's text and its arrow
+constexpr qsizetype kPainted = 1024;  // characters; no column is wider, and a memo may be very long
+
+QString fromUtf8(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+Qt::Alignment qtAlignment(ColumnAlignment alignment) {
+    switch (alignment) {
+        case ColumnAlignment::Right:
+            return Qt::AlignRight | Qt::AlignVCenter;
+        case ColumnAlignment::Center:
+            return Qt::AlignHCenter | Qt::AlignVCenter;
+        case ColumnAlignment::Left:
+            break;
+    }
+    return Qt::AlignLeft | Qt::AlignVCenter;
+}
+
+// A cell has one line.
+QString onOneLine(QString text) {
+    text.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
+    for (QChar& c : text) {
+        if (c < u' ' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            c = u' ';
+    }
+    return text;
+}
+
+// Texts with their sort keys: the first eight bytes for most comparisons, the whole key in `bytes`.
+struct SortEntry {
+    quint64 head;
+    quint32 offset;
+    quint32 size;
+    quint32 row;
+};
+
+quint64 headOf(std::string_view key) {
+    quint64 head = 0;
+    for (std::size_t i = 0; i < 8; ++i)
+        head = head << 8 | (i < key.size() ? static_cast<unsigned char>(key[i]) : 0U);
+    return head;
+}
+
+std::string sortKeyOf(std::string_view text) {
+    std::string key;
+    appendSortKey(text, key);
+    return key;
+}
+
+}  // namespace
+
+// What the view shows: the columns and the rows.
+class ListModel : public QAbstractTableModel {
+ public:
+    struct Column {
+        QString header;
+        QString tag;
+        ColumnAlignment alignment;
+    };
+
+    explicit ListModel(QObject* parent) : QAbstractTableModel(parent) {}
+
+    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : static_cast<int>(store.size());
+    }
+    [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : static_cast<int>(columns.size());
+    }
+    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+    void addColumn(const Column& column) {
+        beginInsertColumns({}, columnCount(), columnCount());
+        columns.push_back(column);
+        endInsertColumns();
+    }
+
+    int addRow(std::span<const std::string_view> cells, qint32 tag, quint32 redCells);
+    void removeRow(int row) {
+        beginRemoveRows({}, row, row);
+        store.remove(static_cast<std::size_t>(row));
+        endRemoveRows();
+    }
+    void clear();
+    void beginLoad() {
+        if (loads++ == 0)
+            beginResetModel();
+    }
+    void endLoad();
+    void sortRows();
+    void touch(int row, int column) {
+        if (loads == 0)
+            emit dataChanged(index(row, column), index(row, column));
+    }
+    [[nodiscard]] bool loading() const { return loads > 0; }
+
+    std::vector<Column> columns;
+    RowStore store;
+    bool sorted = false;
+    int sortKey = 0;
+    Qt::SortOrder sortOrder = Qt::AscendingOrder;
+
+ private:
+    [[nodiscard]] std::vector<quint32> sortedOrder() const;
+    [[nodiscard]] int placeFor(std::string_view text) const;
+
+    int loads = 0;
+};
+
+QVariant ListModel::data(const QModelIndex& index, int role) const {
+    const auto row = static_cast<std::size_t>(index.row());
+    const auto column = static_cast<std::size_t>(index.column());
+    if (!index.isValid() || row >= store.size() || column >= columns.size())
+        return {};
+    switch (role) {
+        case Qt::DisplayRole:
+            return onOneLine(fromUtf8(store.text(row, column)));
+        case Qt::TextAlignmentRole:
+            return QVariant::fromValue(qtAlignment(columns[column].alignment));
+        case Qt::ForegroundRole:
+            return store.isRed(row, column) ? QVariant(QColor(Qt::red)) : QVariant();
+        default:
+            return {};
+    }
+}
+
+QVariant ListModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount())
+        return {};
+    const Column& column = columns[static_cast<std::size_t>(section)];
+    if (role == Qt::DisplayRole)
+        return column.header;
+    if (role == Qt::TextAlignmentRole)
+        return QVariant::fromValue(qtAlignment(column.alignment));
+    return {};
+}
+
+int ListModel::addRow(std::span<const std::string_view> cells, qint32 tag, quint32 redCells) {
+    int row = rowCount();
+    if (loads > 0) {
+        store.insert(store.size(), cells, tag, redCells);
+        return row;
+    }
+    if (sorted) {
+        const auto key = static_cast<std::size_t>(sortKey);
+        row = placeFor(key < cells.size() ? cells[key] : std::string_view());
+    }
+    beginInsertRows({}, row, row);
+    store.insert(static_cast<std::size_t>(row), cells, tag, redCells);
+    endInsertRows();
+    return row;
+}
+
+void ListModel::clear() {
+    if (loads > 0) {
+        store.clear();
+        return;
+    }
+    beginResetModel();
+    store.clear();
+    endResetModel();
+}
+
+void ListModel::endLoad() {
+    if (--loads > 0)
+        return;
+    if (sorted)
+        store.reorder(sortedOrder());
+    endResetModel();
+}
+
+std::vector<quint32> ListModel::sortedOrder() const {
+    std::string bytes;
+    std::vector<SortEntry> entries(store.size());
+    for (std::size_t row = 0; row < entries.size(); ++row) {
+        const std::size_t offset = bytes.size();
+        appendSortKey(store.text(row, static_cast<std::size_t>(sortKey)), bytes);
+        entries[row].offset = static_cast<quint32>(offset);
+        entries[row].size = static_cast<quint32>(bytes.size() - offset);
+        entries[row].row = static_cast<quint32>(row);
+    }
+    const auto keyOf = [&bytes](const SortEntry& e) { return std::string_view(bytes).substr(e.offset, e.size); };
+    for (SortEntry& entry : entries)
+        entry.head = headOf(keyOf(entry));
+    const auto less = [&keyOf](const SortEntry& a, const SortEntry& b) {
+        return a.head != b.head ? a.head < b.head : keyOf(a) < keyOf(b);
+    };
+    if (sortOrder == Qt::AscendingOrder)
+        std::stable_sort(entries.begin(), entries.end(), less);
+    else
+        std::stable_sort(entries.begin(), entries.end(),
+                         [&less](const SortEntry& a, const SortEntry& b) { return less(b, a); });
+
+    std::vector<quint32> order(entries.size());
+    std::transform(entries.begin(), entries.end(), order.begin(), [](const SortEntry& entry) { return entry.row; });
+    return order;
+}
+
+void ListModel::sortRows() {
+    if (loads > 0)
+        return;
+    emit layoutAboutToBeChanged({}, VerticalSortHint);
+    const std::vector<quint32> order = sortedOrder();
+    store.reorder(order);
+    const QModelIndexList from = persistentIndexList();
+    if (!from.isEmpty()) {
+        std::vector<int> newRow(order.size());
+        for (std::size_t row = 0; row < order.size(); ++row)
+            newRow[order[row]] = static_cast<int>(row);
+        QModelIndexList to;
+        for (const QModelIndex& old : from)
+            to += index(newRow[static_cast<std::size_t>(old.row())], old.column());
+        changePersistentIndexList(from, to);
+    }
+    emit layoutChanged({}, VerticalSortHint);
+}
+
+// Behind the last row that does not come after the text.
+int ListModel::placeFor(std::string_view text) const {
+    const std::string key = sortKeyOf(text);
+    std::size_t low = 0;
+    std::size_t high = store.size();
+    while (low < high) {
+        const std::size_t middle = low + (high - low) / 2;
+        const std::string other = sortKeyOf(store.text(middle, static_cast<std::size_t>(sortKey)));
+        const bool comesBefore = sortOrder == Qt::AscendingOrder ? key < other : key > other;
+        if (comesBefore)
+            high = middle;
+        else
+            low = middle + 1;
+    }
+    return static_cast<int>(low);
+}
+
+// Draws one column's arrow right of its text.
+class ListHeader : public QHeaderView {
+ public:
+    explicit ListHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, parent) {
+        setSectionsMovable(false);
+        setHighlightSections(false);
+        setStretchLastSection(false);
+    }
+
+    std::array<QIcon, 2> images;
+    int arrowColumn = -1;
+    bool descending = false;
+
+    [[nodiscard]] int widthWithArrow(int section) const {
+        return sectionSizeFromContents(section).width() + kArrowGap + arrowSize();
+    }
+
+ protected:
+    void paintSection(QPainter* painter, const QRect& rect, int section) const override;
+
+ private:
+    [[nodiscard]] int arrowSize() const { return style()->pixelMetric(QStyle::PM_HeaderMarkSize, nullptr, this); }
+};
+
+void ListHeader::paintSection(QPainter* painter, const QRect& rect, int section) const {
+    if (section != arrowColumn)
+        return QHeaderView::paintSection(painter, rect, section);
+
+    QStyleOptionHeaderV2 option;
+    initStyleOption(&option);
+    initStyleOptionForIndex(&option, section);
+    option.rect = rect;
+    style()->drawControl(QStyle::CE_HeaderSection, &option, painter, this);
+
+    // Text and arrow are aligned together; the text gives way when there is not room for both.
+    const QRect room = style()->subElementRect(QStyle::SE_HeaderLabel, &option, this);
+    const int arrow = arrowSize();
+    const int textWidth = std::clamp(option.fontMetrics.horizontalAdvance(option.text) + 1, 0,
+                                     std::max(0, room.width() - kArrowGap - arrow));
+    const QSize group(std::min(room.width(), textWidth + kArrowGap + arrow), room.height());
+    const QRect at = QStyle::alignedRect(layoutDirection(), option.textAlignment, group, room);
+    option.text = option.fontMetrics.elidedText(option.text, Qt::ElideRight, textWidth);
+    option.rect = QRect(at.left(), at.top(), textWidth, at.height());
+    option.textAlignment = Qt::AlignLeft | Qt::AlignVCenter;
+    style()->drawControl(QStyle::CE_HeaderLabel, &option, painter, this);
+    const QRect arrowRect(at.right() + 1 - arrow, at.center().y() - arrow / 2, arrow, arrow);
+    images[descending ? 1 : 0].paint(painter, arrowRect, Qt::AlignCenter,
+                                     isEnabled() ? QIcon::Normal : QIcon::Disabled);
+}
+
+namespace {
+
+class CellDelegate : public QStyledItemDelegate {
+ public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QString displayText(const QVariant& value, const QLocale& /*locale*/) const override {
+        return value.toString().left(kPainted);
+    }
+
+ protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        const QColor background = option->palette.color(QPalette::Base);
+        QStyledItemDelegate::initStyleOption(option, index);
+        // Pure red is hard to read on a dark theme.
+        if (background.lightness() < 128 && index.data(Qt::ForegroundRole).isValid())
+            option->palette.setColor(QPalette::Text, QColor(255, 128, 128));
+    }
+};
+
+}  // namespace
+
+ListView::ListView(QWidget* parent) : QTreeView(parent), m_model(new ListModel(this)), m_header(new ListHeader(this)) {
+    setModel(m_model);
+    setHeader(m_header);
+    m_header->setSectionsClickable(true);  // only now: setHeader() turns it off
+    setItemDelegate(new CellDelegate(this));
+    setRootIsDecorated(false);
+    setItemsExpandable(false);
+    setExpandsOnDoubleClick(false);
+    setUniformRowHeights(true);
+    setAllColumnsShowFocus(true);
+    setEditTriggers(NoEditTriggers);
+    setSelectionMode(SingleSelection);
+    setSelectionBehavior(SelectRows);
+    setTextElideMode(Qt::ElideRight);
+    setHorizontalScrollMode(ScrollPerPixel);
+    setTabKeyNavigation(false);
+
+    connect(m_header, &QHeaderView::sectionClicked, this, &ListView::columnClicked);
+    connect(m_header, &QHeaderView::sectionResized, this, &ListView::followResize);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &ListView::reportSelection);
+}
+
+ListView::~ListView() = default;
+
+void ListView::addColumn(const QString& header, const QString& tag, int widthChars, ColumnAlignment alignment) {
+    assert(columnCount() < static_cast<int>(RowStore::kMaxCells));
+    m_model->addColumn({header, tag, alignment});
+    const int column = columnCount() - 1;
+    const int forText = widthChars * fontMetrics().averageCharWidth() + 2 * kMargin;
+    const int forHeader = m_header->widthWithArrow(column);
+    setColumnWidth(column, std::max(forText, forHeader));
+}
+
+int ListView::columnCount() const {
+    return m_model->columnCount();
+}
+QString ListView::columnHeader(int column) const {
+    return m_model->columns.at(static_cast<std::size_t>(column)).header;
+}
+QString ListView::columnTag(int column) const {
+    return m_model->columns.at(static_cast<std::size_t>(column)).tag;
+}
+ColumnAlignment ListView::columnAlignment(int column) const {
+    return m_model->columns.at(static_cast<std::size_t>(column)).alignment;
+}
+
+void ListView::setFillColumn(int column) {
+    m_fillColumn = column;
+    m_fillMinimum = column < 0 ? 0 : columnWidth(column);
+    fillWidth();
+}
+
+void ListView::fillWidth() {
+    if (m_fillColumn < 0 || m_filling)
+        return;
+    const int others = m_header->length() - columnWidth(m_fillColumn);
+    m_filling = true;
+    setColumnWidth(m_fillColumn, std::max(m_fillMinimum, viewport()->width() - others));
+    m_filling = false;
+}
+
+void ListView::followResize(int column) {
+    if (m_filling)
+        return;
+    if (column == m_fillColumn)
+        m_fillColumn = -1;  // the user's word stands
+    else
+        fillWidth();
+}
+
+void ListView::setHeaderImages(const QIcon& ascending, const QIcon& descending) {
+    m_header->images = {ascending, descending};
+    m_header->viewport()->update();
+}
+
+void ListView::setHeaderArrow(int column, bool descending) {
+    m_header->arrowColumn = column;
+    m_header->descending = descending;
+    m_header->viewport()->update();
+}
+
+void ListView::clearHeaderArrow() {
+    setHeaderArrow(-1, false);
+}
+
+int ListView::headerImage(int column) const {
+    if (column < 0 || column != m_header->arrowColumn)
+        return -1;
+    return m_header->descending ? 1 : 0;
+}
+
+ListView::Loading::Loading(ListView& list) : m_list(list) {
+    m_list.m_model->beginLoad();
+}
+ListView::Loading::~Loading() {
+    m_list.m_model->endLoad();
+}
+
+int ListView::addRow(std::span<const std::string_view> cells, qint32 tag, quint32 redCells) {
+    return m_model->addRow(cells, tag, redCells);
+}
+
+int ListView::addRow(const QStringList& cells, qint32 tag) {
+    std::vector<QByteArray> bytes;
+    std::vector<std::string_view> views;
+    bytes.reserve(static_cast<std::size_t>(cells.size()));
+    for (const QString& cell : cells) {
+        const QByteArray& text = bytes.emplace_back(cell.toUtf8());
+        views.emplace_back(text.constData(), static_cast<std::size_t>(text.size()));
+    }
+    return m_model->addRow(views, tag, 0);
+}
+
+void ListView::removeRow(int row) {
+    assert(row >= 0 && row < rowCount());
+    if (row != selectedRow())
+        return m_model->removeRow(row);
+    m_reports = false;  // of the rows that Qt selects on the way
+    m_model->removeRow(row);
+    selectRow(std::min(row, rowCount() - 1));
+    m_reports = true;
+    reportSelection();
+}
+
+void ListView::clear() {
+    m_model->clear();
+}
+int ListView::rowCount() const {
+    return m_model->rowCount();
+}
+
+QString ListView::text(int row, int column) const {
+    return fromUtf8(utf8(row, column));
+}
+
+std::string_view ListView::utf8(int row, int column) const {
+    assert(row >= 0 && row < rowCount());
+    return m_model->store.text(static_cast<std::size_t>(row), static_cast<std::size_t>(column));
+}
+
+void ListView::setText(int row, int column, const QString& text) {
+    assert(row >= 0 && row < rowCount());
+    const QByteArray bytes = text.toUtf8();
+    m_model->store.setText(static_cast<std::size_t>(row), static_cast<std::size_t>(column),
+                           {bytes.constData(), static_cast<std::size_t>(bytes.size())});
+    m_model->touch(row, column);
+}
+
+int ListView::foreColor(int row, int column) const {
+    assert(row >= 0 && row < rowCount());
+    return m_model->store.isRed(static_cast<std::size_t>(row), static_cast<std::size_t>(column)) ? kRed : kBlack;
+}
+
+void ListView::setForeColor(int row, int column, int color) {
+    assert(row >= 0 && row < rowCount());
+    m_model->store.setRed(static_cast<std::size_t>(row), static_cast<std::size_t>(column), color == kRed);
+    m_model->touch(row, column);
+}
+
+qint32 ListView::tag(int row) const {
+    assert(row >= 0 && row < rowCount());
+    return m_model->store.tag(static_cast<std::size_t>(row));
+}
+
+void ListView::setTag(int row, qint32 tag) {
+    assert(row >= 0 && row < rowCount());
+    m_model->store.setTag(static_cast<std::size_t>(row), tag);
+}
+
+int ListView::selectedRow() const {
+    if (m_model->loading())
+        return -1;
+    const QModelIndex current = currentIndex();
+    return selectionModel()->isSelected(current) ? current.row() : -1;
+}
+
+void ListView::selectRow(int row) {
+    if (row < 0 || row >= rowCount()) {
+        selectionModel()->clear();
+        return;
+    }
+    setCurrentIndex(m_model->index(row, 0));
+}
+
+void ListView::ensureVisible(int row) {
+    if (row >= 0 && row < rowCount())
+        scrollTo(m_model->index(row, 0));
+}
+
+void ListView::sortRows(int column, Qt::SortOrder order) {
+    assert(column >= 0 && column < columnCount());
+    m_model->sortKey = column;
+    m_model->sortOrder = order;
+    setSorted(true);
+}
+
+void ListView::setSorted(bool sorted) {
+    m_model->sorted = sorted;
+    if (sorted) {
+        m_model->sortRows();
+        reportSelection();
+    }
+}
+
+bool ListView::isSorted() const {
+    return m_model->sorted;
+}
+int ListView::sortKey() const {
+    return m_model->sortKey;
+}
+Qt::SortOrder ListView::sortOrder() const {
+    return m_model->sortOrder;
+}
+
+// Type-ahead looks in the column with the arrow, by which the rows are in order, else in the first.
+void ListView::keyboardSearch(const QString& search) {
+    const int column = std::max(0, m_header->arrowColumn);
+    const QModelIndex current = currentIndex();
+    if (current.isValid() && current.column() != column)
+        selectionModel()->setCurrentIndex(current.siblingAtColumn(column), QItemSelectionModel::NoUpdate);
+    QTreeView::keyboardSearch(search);
+}
+
+void ListView::keyPressEvent(QKeyEvent* event) {
+    event->ignore();
+    emit keyDown(event);
+    if (!event->isAccepted())
+        QTreeView::keyPressEvent(event);
+}
+
+void ListView::mouseReleaseEvent(QMouseEvent* event) {
+    QTreeView::mouseReleaseEvent(event);
+    if (event->button() == Qt::RightButton)
+        emit rightMouseUp(event->globalPosition().toPoint());
+}
+
+void ListView::mouseDoubleClickEvent(QMouseEvent* event) {
+    QTreeView::mouseDoubleClickEvent(event);
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (event->button() == Qt::LeftButton && index.isValid())
+        emit rowDoubleClicked(index.row());
+}
+
+// The menu key; the mouse has its own way in mouseReleaseEvent.
+void ListView::contextMenuEvent(QContextMenuEvent* event) {
+    if (event->reason() != QContextMenuEvent::Keyboard)
+        return;
+    const QRect row = visualRect(currentIndex());
+    const QPoint at = viewport()->rect().contains(row.bottomLeft()) ? row.bottomLeft() : QPoint();
+    emit rightMouseUp(viewport()->mapToGlobal(at));
+}
+
+// Qt would make the first row current without selecting it.
+void ListView::focusInEvent(QFocusEvent* event) {
+    const bool none = !currentIndex().isValid();
+    QTreeView::focusInEvent(event);
+    if (none)
+        selectionModel()->clearCurrentIndex();
+}
+
+void ListView::resizeEvent(QResizeEvent* event) {
+    QTreeView::resizeEvent(event);
+    fillWidth();
+}
+
+void ListView::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) {
+    QTreeView::selectionChanged(selected, deselected);
+    reportSelection();
+}
+
+void ListView::reportSelection() {
+    if (!m_reports)
+        return;
+    const int row = selectedRow();
+    if (row != -1 || m_anyReported)
+        emit selectedRowChanged(row);
+    m_anyReported = row != -1;
+}
+
+QItemSelectionModel::SelectionFlags ListView::selectionCommand(const QModelIndex& index, const QEvent* event) const {
+    const auto command = QTreeView::selectionCommand(index, event);
+    // The selected row stays selected, with the Ctrl key too.
+    return command.testFlag(QItemSelectionModel::Deselect) ? QItemSelectionModel::NoUpdate : command;
+}
+
+}  // namespace controls
