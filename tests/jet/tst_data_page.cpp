@@ -52,25 +52,25 @@ class tst_data_page : public QObject {
 
 void tst_data_page::bytesOfFourRows() {
     QCOMPARE(hex(pageOf({}).view(), 0, 12), "01 01 f6 07 25 00 00 00 00 00 00 00");
-    const Page page = pageOf({25, 26, 28, 26});
-    QCOMPARE(hex(page.view(), 0, 18), "01 01 85 07 25 00 00 00 04 00 e7 07 cd 07 b1 07 97 07");
-    QCOMPARE(hex(page.view(), 0x7CC, 3), "a2 a1 a1");  // the third row ends where the second starts
+    const Page page = pageOf({30, 41, 22, 35});
+    QCOMPARE(hex(page.view(), 0, 18), "01 01 6e 07 25 00 00 00 04 00 e2 07 b9 07 a3 07 80 07");
+    QCOMPARE(hex(page.view(), 0x7B8, 3), "a2 a1 a1");  // the third row ends where the second starts
     QCOMPARE(DataPageView(page.view(), 7).owner(), 0x25U);
 }
 
 void tst_data_page::eraseClosesTheGap() {
-    Page page = pageOf({25, 26, 28, 26});
+    Page page = pageOf({30, 41, 22, 35});
     DataPageEditor editor(page, 7);
     editor.erase(1);
-    // The slot stays, empty, at the place of the row before it; the rows after it move up by 26 bytes.
-    QCOMPARE(hex(page.view(), 0, 18), "01 01 9f 07 25 00 00 00 04 00 e7 07 e7 c7 cb 07 b1 07");
-    QCOMPARE(hex(editor.view().row(2)), hex(rowOf(28, 0xA2)));
-    QCOMPARE(hex(editor.view().row(3)), hex(rowOf(26, 0xA3)));
+    // The slot stays, empty, at the place of the row before it; the rows after it move up by 41 bytes.
+    QCOMPARE(hex(page.view(), 0, 18), "01 01 97 07 25 00 00 00 04 00 e2 07 e2 c7 cc 07 a9 07");
+    QCOMPARE(hex(editor.view().row(2)), hex(rowOf(22, 0xA2)));
+    QCOMPARE(hex(editor.view().row(3)), hex(rowOf(35, 0xA3)));
     editor.erase(0);
     QCOMPARE(hex(page.view(), 10, 4), "00 c8 00 c8");
     QCOMPARE(editor.view().liveSlots(), 2U);
     QVERIFY(throwsError(Errc::Corrupt, [&] { editor.erase(0); }));
-    QCOMPARE(dump(page), "D0 D0 R28 R26 free 1976");
+    QCOMPARE(dump(page), "D0 D0 R22 R35 free 1973");
 }
 
 void tst_data_page::replace() {

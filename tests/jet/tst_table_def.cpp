@@ -10,22 +10,22 @@ using namespace jet;
 
 namespace {
 
-// Two columns, a plain index and the primary key on the first, which another table refers to.
+// Two columns, an AutoNumber that is the primary key and text with a descending index; another table refers to the key.
 const char* const kTwoColumns =
-    "02 01 56 43 00 00 00 00  05 01 00 00  03 00 00 00  00 00 00 00  4E 02 00 01 00 02 00"
-    "03 00 00 00 02 00 00 00  00 2A 00 00 01 2A 00 00"
-    "00 00 00 00 03 00 00 00  00 00 00 00 03 00 00 00"
-    "04 00 00 00 00 00 00 01 00 09 04 E4 04 03 00 00 04 00"
-    "0A 01 00 00 00 01 00 01 00 09 04 E4 04 02 68 6A 32 00"
-    "02 69 64  04 64 61 74 61"
+    "02 01 56 43 00 00 00 00  09 01 00 00  05 00 00 00  0C 00 00 00  4E 02 00 01 00 02 00"
+    "03 00 00 00 02 00 00 00  00 46 00 00 01 46 00 00"
+    "00 00 00 00 05 00 00 00  02 00 00 00 04 00 00 00"
+    "04 00 00 00 00 00 00 00 00 09 04 E4 04 07 00 00 04 00"
+    "0A 01 00 00 00 01 00 00 00 09 04 E4 04 02 34 12 28 00"
+    "02 6E 6F  05 70 61 79 65 65"
     "00 00 01 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00"
-    "02 2A 00 00 2B 00 00 00 00"
-    "00 00 01 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00"
-    "03 2A 00 00 2C 00 00 00 09"
-    "02 00 00 00 01 00 00 00 01 02 00 00 00 25 00 00 00 00 01 02"
-    "00 00 00 00 00 00 00 00 00 FF FF FF FF 00 00 00 00 04 04 00"
-    "01 00 00 00 01 00 00 00 00 FF FF FF FF 00 00 00 00 04 04 01"
-    "03 2E 72 43  02 69 64  0A 50 72 69 6D 61 72 79 4B 65 79"
+    "02 46 00 00 47 00 00 00 09"
+    "01 00 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00 FF FF 00"
+    "03 46 00 00 48 00 00 00 00"
+    "01 00 00 00 00 00 00 00 01 04 00 00 00 33 00 00 00 01 00 02"
+    "02 00 00 00 01 00 00 00 00 FF FF FF FF 00 00 00 00 04 04 00"
+    "00 00 00 00 00 00 00 00 00 FF FF FF FF 00 00 00 00 04 04 01"
+    "03 2E 72 42  05 70 61 79 65 65  0A 50 72 69 6D 61 72 79 4B 65 79"
     "FF FF";
 
 // Puts a byte string of one page on page 2 of a file.
@@ -81,26 +81,29 @@ class tst_table_def : public QObject {
 void tst_table_def::twoColumns() {
     BareFile file;
     const Bytes bytes = fromHex(kTwoColumns);
-    QCOMPARE(bytes.size(), 261U);
+    QCOMPARE(bytes.size(), 265U);
     putDefinition(file, bytes);
     const TableDef def = TableDef::load(*file.pager, 2);
     QCOMPARE(def.pages, std::vector<PageNo>{2});
-    QCOMPARE(def.rowCount, 3U);
+    QCOMPARE(def.rowCount, 5U);
+    QCOMPARE(def.lastAutoNumber, 12U);
     QVERIFY(!def.system);
-    QCOMPARE(def.ownedMap, (RowId{42, 0}));
-    QCOMPARE(def.columns[1].name, "data");
+    QCOMPARE(def.ownedMap, (RowId{70, 0}));
+    QCOMPARE(def.columns[1].name, "payee");
     QVERIFY(def.columns[1].type == ColumnType::Text && !def.columns[1].isFixed() && def.columns[0].isFixed());
-    QCOMPARE(int{def.columns[1].length}, 50);
-    QCOMPARE(def.realIndexes[1].root, 44U);
+    QVERIFY(def.columns[0].isAutoNumber());
+    QCOMPARE(int{def.columns[1].length}, 40);
+    QCOMPARE(int{def.realIndexes[0].flags}, RealIndex::kUnique | RealIndex::kRequired);
+    QCOMPARE(def.realIndexes[1].root, 72U);
     QCOMPARE(def.realIndexes[1].columns.size(), 1U);
-    QCOMPARE(int{def.realIndexes[1].flags}, RealIndex::kUnique | RealIndex::kRequired);
-    QCOMPARE(def.logicalIndexes[0].name, ".rC");
+    QVERIFY(def.realIndexes[0].columns[0].ascending && !def.realIndexes[1].columns[0].ascending);
+    QCOMPARE(def.logicalIndexes[0].name, ".rB");
     QVERIFY(def.logicalIndexes[0].side == LogicalIndex::Side::Referenced);
-    QCOMPARE(def.logicalIndexes[0].partnerTable, 37U);
-    QCOMPARE(int{def.logicalIndexes[0].cascadeDelete}, 1);
+    QCOMPARE(def.logicalIndexes[0].partnerTable, 51U);
+    QCOMPARE(int{def.logicalIndexes[0].cascadeUpdate}, 1);
     QVERIFY(def.logicalIndexes[2].kind == LogicalIndex::Kind::Primary);
-    QCOMPARE(def.columnByName("DATA"), std::optional<std::size_t>(1));
-    QCOMPARE(def.columnByName("dat"), std::nullopt);
+    QCOMPARE(def.columnByName("PAYEE"), std::optional<std::size_t>(1));
+    QCOMPARE(def.columnByName("paye"), std::nullopt);
     QVERIFY(def.generalOrder());
     QCOMPARE(hex(def.encode()), hex(bytes));
 }
@@ -171,7 +174,7 @@ void tst_table_def::refused_data() {
     QTest::newRow("goes on at a page it does not need") << 4 << 3U;
     QTest::newRow("goes on outside the file") << 4 << 0x7FFFFFFFU;
     QTest::newRow("longer than its pages") << 8 << 0x7FFFFFFFU;
-    QTest::newRow("shorter than its parts") << 8 << 0x104U;
+    QTest::newRow("shorter than its parts") << 8 << 0x108U;
     QTest::newRow("unknown kind") << 0x14 << 0x0100024FU;
     QTest::newRow("fewer column numbers than columns") << 0x15 << 0x00010001U;
     QTest::newRow("more columns than a row can have") << 0x15 << 0x00010100U;
@@ -183,8 +186,8 @@ void tst_table_def::refused_data() {
     QTest::newRow("a memo without its maps") << 0x4D << 0x0000010CU;
     QTest::newRow("a fixed column past the end of every row") << 0x49 << 0x000407FCU;
     QTest::newRow("a variable column past its count") << 0x50 << 0x00010001U;
-    QTest::newRow("an index without its tree") << 0xB9 << 2U;
-    QTest::newRow("an index of an unknown side") << 0xBD << 3U;
+    QTest::newRow("an index without its tree") << 0xBA << 2U;
+    QTest::newRow("an index of an unknown side") << 0xBE << 3U;
 }
 
 void tst_table_def::refused() {
