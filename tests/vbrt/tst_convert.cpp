@@ -60,6 +60,7 @@ void tst_convert::textToNumber_data() {
     row("+ 0", 0);
     row(" + 0", 0);
     row("- 7", -7);
+    row("-0", 0);
     row("1.", 1);
     row(".5", 0.5);
     row("-0.51", -0.51);
@@ -83,7 +84,7 @@ void tst_convert::textToNumber() {
     QFETCH(QByteArray, text);
     QFETCH(double, number);
     QCOMPARE(vbrt::CDbl(text.toStdString()), number);
-    QVERIFY(!std::signbit(number) || number != 0);
+    QVERIFY(number != 0 || !std::signbit(vbrt::CDbl(text.toStdString())));
     QVERIFY(vbrt::IsNumeric(text.toStdString()));
 }
 

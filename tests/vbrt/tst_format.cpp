@@ -203,6 +203,7 @@ void tst_format::texts() {
 void tst_format::datesByNumberPictures() {
     QCOMPARE(vbrt::Format(vbrt::Date{46024.5}, "0.0"), "46024.5");
     QCOMPARE(vbrt::Format(46024, "mm/dd/yyyy"), "01/02/2026");
+    QCOMPARE(vbrt::Format(46026, "ddd ww"), "Sun 2");
     QCOMPARE(errorOf([] { vbrt::Format(99999999, "mm/dd/yyyy"); }), 6L);
 }
 
