@@ -40,20 +40,23 @@ constexpr RowId kFreeMap = {1, 0};
 constexpr RowId kSecondMap = {1, 1};
 
 void rc4(std::span<std::uint8_t> data, const std::array<std::uint8_t, 4>& key) {
-    std::array<std::uint8_t, 256> state;
-    std::iota(state.begin(), state.end(), std::uint8_t{0});
+    std::uint8_t state[256];
+    std::iota(state, state + 256, std::uint8_t{0});
     std::uint8_t j = 0;
-    for (std::size_t i = 0; i < state.size(); ++i) {
-        j = static_cast<std::uint8_t>(j + state[i] + key[i % key.size()]);
+    for (unsigned i = 0; i < 256; ++i) {
+        j = static_cast<std::uint8_t>(j + state[i] + key[i % 4]);
         std::swap(state[i], state[j]);
     }
+    std::uint8_t* const bytes = data.data();
     std::uint8_t i = 0;
     j = 0;
-    for (auto& byte : data) {
-        ++i;
-        j = static_cast<std::uint8_t>(j + state[i]);
-        std::swap(state[i], state[j]);
-        byte ^= state[static_cast<std::uint8_t>(state[i] + state[j])];
+    for (std::size_t at = 0; at < data.size(); ++at) {
+        const std::uint8_t a = state[++i];
+        j = static_cast<std::uint8_t>(j + a);
+        const std::uint8_t b = state[j];
+        state[i] = b;
+        state[j] = a;
+        bytes[at] ^= state[static_cast<std::uint8_t>(a + b)];
     }
 }
 

@@ -74,7 +74,8 @@ class MemoryDisk::OpenFile : public File {
     }
 
     void flush() override {
-        m_node->durable = m_node->content;
+        for (const auto& change : m_node->changes)
+            Node::apply(m_node->durable, change);
         m_node->changes.clear();
     }
 

@@ -4,8 +4,11 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <deque>
+#include <random>
 
 #include "jet/bytes.h"
+#include "jet/log.h"
 
 namespace jet {
 
@@ -13,15 +16,24 @@ namespace {
 
 constexpr PageNo kMaxPages = 0x80000;  // 1 GB, where the original engine ends
 constexpr PageNo kReadAhead = 32;
+constexpr std::uint64_t kLogLimit = 4096 * 1024;  // a longer log is emptied
+
+const Page kZeroPage;
+
+// Never repeats. No commit counter may be zero, which would mean a commit under way, so each of the four is odd.
+std::uint64_t newToken() {
+    std::random_device random;
+    return (std::uint64_t{random()} << 32U | random()) | 0x0001'0001'0001'0001U;
+}
 
 class FilePager : public Pager {
  public:
-    FilePager(Disk& disk, std::string path, Options options)
-        : m_disk(disk), m_path(std::move(path)), m_options(options) {}
+    FilePager(Disk& disk, const std::string& path, Options options)
+        : m_disk(disk), m_path(path), m_options(options), m_log(disk, logPath(disk.identity(path))) {}
     ~FilePager() override {
         try {
             close();
-        } catch (...) {
+        } catch (const Error&) {
             // The log stays and repairs the file on the next opening.
         }
     }
@@ -44,32 +56,56 @@ class FilePager : public Pager {
     void close() override;
 
  private:
-    // What is known of one page. At most one of `edited` and `snapshot` is looked at by read().
     struct Slot {
-        std::shared_ptr<Page> clean;     // as committed; empty = still to be read
-        std::unique_ptr<Page> edited;    // as the open transaction has it
+        std::shared_ptr<Page> clean;     // as committed; empty = to be read
+        std::shared_ptr<Page> edited;    // as the open transaction has it
         std::shared_ptr<Page> snapshot;  // the last copy of `edited` given out
         bool used = false;               // since the clock's hand passed
     };
+    struct Change {
+        PageNo page = 0;
+        std::shared_ptr<Page> before;  // empty for a new page
+    };
+    // The changed pages as they go into log and file. `copies` holds those that had to be encrypted.
+    struct Images {
+        std::vector<LoggedPage> pages;
+        std::deque<Page> copies;
+    };
 
+    void lockOrFail();
+    void recover();
+    void checkHeader();
+
+    void readStored(PageNo first, std::span<std::uint8_t> out);
     std::shared_ptr<Page> load(PageNo page);
+    std::shared_ptr<Page> committed(PageNo page);
     void keep(PageNo page, std::shared_ptr<Page> content);
-    void writePage(PageNo page, const Page& content);
+
+    void dropUnchanged();
+    Images makeImages();
+    void startLog();
+    void writeNewFile(const Images& images);
+    void writeThrough(const Images& images);
+    void adoptChanges();
+    void settle();
 
     Disk& m_disk;
     std::string m_path;
     Options m_options;
     std::unique_ptr<File> m_file;
+    Log m_log;
     Header m_header;
+    bool m_new = false;     // made by create() and without its first commit
+    bool m_behind = false;  // the file may lack pages that the log has; these are read from there
 
     std::vector<Slot> m_slots;    // by page number
-    std::vector<PageNo> m_clock;  // the pages whose clean content may be dropped
+    std::vector<PageNo> m_clock;  // the pages with clean content; the hand finds one to drop
     std::size_t m_hand = 0;
     PageNo m_readEnd = 0;  // where the last read of the file ended
 
     bool m_inTransaction = false;
     PageNo m_committedPages = 0;
-    std::vector<PageNo> m_changed;
+    std::vector<Change> m_changes;
     std::uint64_t m_rollbacks = 0;
 };
 
@@ -85,44 +121,73 @@ void FilePager::openExisting() {
     }
     if (!m_file)
         m_file = m_disk.open(m_path, OpenMode::Read);
-    if (!m_file->lock(!m_options.readOnly))
-        throw Error(Errc::Busy, m_path);
-    const auto size = m_file->size();
+    lockOrFail();
+    try {
+        recover();
+    } catch (...) {
+        m_file.reset();  // close() shall not take the log away
+        throw;
+    }
+}
+
+void FilePager::createNew() {
+    m_file = m_disk.open(m_path, OpenMode::Create);
+    lockOrFail();
+    m_disk.remove(logPath(m_disk.identity(m_path)));
+    m_file->truncate(0);
+    m_new = true;
+}
+
+void FilePager::lockOrFail() {
+    if (m_file->lock(!readOnly()))
+        return;
+    m_file.reset();
+    throw Error(Errc::Busy, m_path);
+}
+
+// Finds out what the file and its log together hold; then, with the file accepted, makes the file hold it alone.
+void FilePager::recover() {
+    const auto found = m_log.load();
+    m_behind = found == Log::Found::Records && m_log.belongsTo(*m_file);
+    const std::uint64_t size = m_behind ? std::uint64_t{m_log.pageCount()} * kPageSize : m_file->size();
     if (size < kPageSize)
         throw Error(Errc::NotADatabase, m_path);
-    Page page0;
-    m_file->read(0, page0.span());
-    try {
-        m_header = Header::parse(page0.view());
-    } catch (const Error& e) {
-        throw Error(e.code(), m_path);
-    }
+    checkHeader();
     if (size % kPageSize != 0)
         corrupt(static_cast<PageNo>(size / kPageSize), "the file ends within a page");
     if (size / kPageSize > kMaxPages)
         corrupt(kMaxPages, "the file is larger than the format allows");
     m_committedPages = static_cast<PageNo>(size / kPageSize);
     m_slots.resize(m_committedPages);
+    if (readOnly())
+        return;
+    if (m_behind)
+        settle();
+    else if (found != Log::Found::Nothing)
+        m_log.setAside();
+    m_log.remove();
 }
 
-void FilePager::createNew() {
-    m_file = m_disk.open(m_path, OpenMode::Create);
-    if (!m_file->lock(true))
-        throw Error(Errc::Busy, m_path);
-    m_file->truncate(0);
-    m_disk.flushFolder(m_path);
+void FilePager::checkHeader() {
+    Page page0;
+    readStored(0, page0.span());
+    try {
+        m_header = Header::parse(page0.view());
+    } catch (const Error& e) {
+        if (e.code() == Errc::Corrupt)
+            throw;
+        throw Error(e.code(), m_path);
+    }
 }
 
 PageRef FilePager::read(PageNo page) {
     if (page >= m_slots.size())
         corrupt(page, "a page outside the file");
     Slot& slot = m_slots[page];
-    if (!slot.edited) {
-        slot.used = true;
-        return slot.clean ? slot.clean : load(page);
-    }
+    if (!slot.edited)
+        return committed(page);
     // The caller keeps what it gets while the page is edited further, so it gets a copy.
-    if (slot.snapshot && std::memcmp(slot.snapshot.get(), slot.edited.get(), kPageSize) == 0)
+    if (slot.snapshot && slot.snapshot->bytes == slot.edited->bytes)
         return slot.snapshot;
     if (slot.snapshot.use_count() == 1)
         *slot.snapshot = *slot.edited;
@@ -131,21 +196,35 @@ PageRef FilePager::read(PageNo page) {
     return slot.snapshot;
 }
 
-// Reads a page and, when the file is being read through, those after it.
+std::shared_ptr<Page> FilePager::committed(PageNo page) {
+    Slot& slot = m_slots[page];
+    slot.used = true;
+    return slot.clean ? slot.clean : load(page);
+}
+
+// Reads pages as they are stored. More than one only while the file is not behind.
+void FilePager::readStored(PageNo first, std::span<std::uint8_t> out) {
+    if (m_behind && m_log.contains(first)) {
+        Page image;
+        m_log.read(first, image);
+        std::copy(image.bytes.begin(), image.bytes.end(), out.begin());
+    } else if (m_file->read(std::uint64_t{first} * kPageSize, out) < out.size()) {
+        throw Error(Errc::Io, m_path, {}, first);
+    }
+}
+
+// Reads a page, with a few after it, or many when the file is being read through.
 std::shared_ptr<Page> FilePager::load(PageNo page) {
     const bool onward = page >= m_readEnd && page - m_readEnd < kReadAhead;
     const auto room = static_cast<PageNo>(std::max<std::size_t>(m_options.cachePages / 4, 1));
-    const PageNo wanted = std::min({onward ? kReadAhead : 4, room, m_committedPages - page});
-    Bytes block(wanted * kPageSize);
-    const std::size_t length = m_file->read(std::uint64_t{page} * kPageSize, block);
-    if (length < kPageSize)
-        throw Error(Errc::Io, m_path, {}, page);
-    const auto count = static_cast<PageNo>(length / kPageSize);
+    const PageNo count = m_behind ? 1 : std::min({onward ? kReadAhead : 4, room, m_committedPages - page});
+    Bytes block(count * kPageSize);
+    readStored(page, block);
     m_readEnd = page + count;
     std::shared_ptr<Page> result;
     for (PageNo i = 0; i < count; ++i) {
         if (m_slots[page + i].clean)
-            continue;  // the one known may be newer than the file
+            continue;
         auto content = std::make_shared<Page>();
         std::memcpy(content->bytes.data(), block.data() + i * kPageSize, kPageSize);
         if (m_header.encryptionKey != 0 && page + i != 0)
@@ -165,19 +244,18 @@ void FilePager::keep(PageNo page, std::shared_ptr<Page> content) {
     slot.used = true;
     if (listed)
         return;
-    if (m_clock.size() < std::max<std::size_t>(m_options.cachePages, kReadAhead + 1)) {
+    if (m_clock.size() < std::max<std::size_t>(m_options.cachePages, kReadAhead)) {
         m_clock.push_back(page);
         return;
     }
-    for (;; m_hand = (m_hand + 1) % m_clock.size()) {
-        Slot& old = m_slots[m_clock[m_hand]];
-        if (!old.used)
-            break;
-        old.used = false;
+    const auto advance = [this] { m_hand = (m_hand + 1) % m_clock.size(); };
+    while (m_slots[m_clock[m_hand]].used) {
+        m_slots[m_clock[m_hand]].used = false;
+        advance();
     }
     m_slots[m_clock[m_hand]].clean.reset();
     m_clock[m_hand] = page;
-    m_hand = (m_hand + 1) % m_clock.size();
+    advance();
 }
 
 void FilePager::begin() {
@@ -192,9 +270,9 @@ Page& FilePager::edit(PageNo page) {
     if (page >= m_slots.size())
         corrupt(page, "a page outside the file");
     if (!m_slots[page].edited) {
-        const auto clean = m_slots[page].clean ? m_slots[page].clean : load(page);
-        m_slots[page].edited = std::make_unique<Page>(*clean);
-        m_changed.push_back(page);
+        auto before = committed(page);
+        m_slots[page].edited = std::make_shared<Page>(*before);
+        m_changes.push_back({page, std::move(before)});
     }
     return *m_slots[page].edited;
 }
@@ -204,46 +282,167 @@ PageNo FilePager::extend() {
     if (m_slots.size() >= kMaxPages)
         throw Error(Errc::DiskFull, m_path);
     const PageNo page = pageCount();
-    m_slots.emplace_back().edited = std::make_unique<Page>();
-    m_changed.push_back(page);
+    m_slots.emplace_back().edited = std::make_shared<Page>();
+    m_changes.push_back({page, nullptr});
     return page;
-}
-
-void FilePager::writePage(PageNo page, const Page& content) {
-    if (m_header.encryptionKey == 0 || page == 0) {
-        m_file->write(std::uint64_t{page} * kPageSize, content.view());
-        return;
-    }
-    Page image = content;
-    cryptPage(image.span(), m_header.encryptionKey, page);
-    m_file->write(std::uint64_t{page} * kPageSize, image.view());
 }
 
 void FilePager::commit() {
     assert(m_inTransaction);
-    std::sort(m_changed.begin(), m_changed.end());
-    if (!m_changed.empty() && m_changed.front() == 0)
-        m_header = Header::parse(m_slots[0].edited->view());
-    for (const PageNo page : m_changed)
-        writePage(page, *m_slots[page].edited);
-    for (const PageNo page : m_changed) {
-        Slot& slot = m_slots[page];
-        keep(page, std::move(slot.edited));
-        slot.snapshot.reset();
+    dropUnchanged();
+    if (m_changes.empty()) {
+        m_inTransaction = false;
+        return;
     }
+    const Header oldHeader = m_header;
+    Images images;
+    try {
+        if (m_changes.front().page == 0)
+            m_header = Header::parse(m_slots[0].edited->view());
+        if (!m_new && m_header.encryptionKey != oldHeader.encryptionKey)
+            throw Error(Errc::UnsupportedFeature, "another encryption key");
+        if (!m_new && !m_log.started())
+            startLog();
+        images = makeImages();
+        if (m_new)
+            writeNewFile(images);
+        else
+            m_log.append(images.pages, pageCount());
+    } catch (...) {
+        m_header = oldHeader;
+        rollback();
+        throw;
+    }
+    // The commit is durable from here on, whatever happens to the file.
+    if (!m_new)
+        writeThrough(images);
+    adoptChanges();
+    if (m_log.size() <= kLogLimit)
+        return;
+    try {
+        settle();
+        m_log.clear();
+    } catch (const Error&) {
+        // Tried again by the next commit; until then the log grows.
+    }
+}
+
+// Sorts the changes and takes out pages that were edited back to what they had been.
+void FilePager::dropUnchanged() {
+    std::sort(m_changes.begin(), m_changes.end(), [](const auto& a, const auto& b) { return a.page < b.page; });
+    std::erase_if(m_changes, [this](const Change& change) {
+        Slot& slot = m_slots[change.page];
+        if (!change.before)
+            return false;
+        if (change.page == 0)  // the token is ours
+            std::copy_n(change.before->bytes.begin() + Log::kTokenOffset, sizeof(std::uint64_t),
+                        slot.edited->bytes.begin() + Log::kTokenOffset);
+        if (slot.edited->bytes != change.before->bytes)
+            return false;
+        slot.edited.reset();
+        slot.snapshot.reset();
+        return true;
+    });
+}
+
+// Marks the file as the one that the log belongs to. Records count only beside a file with this mark, so it must be
+// durable before the first of them.
+void FilePager::startLog() {
+    const std::uint64_t token = newToken();
+    Bytes bytes;
+    appendLe(bytes, token);
+    m_file->write(Log::kTokenOffset, bytes);
+    m_file->flush();
+    const auto page0 = std::make_shared<Page>(*committed(0));
+    putLe(page0->span(), Log::kTokenOffset, token);
+    keep(0, page0);
+    if (m_changes.front().page == 0) {
+        m_changes.front().before = page0;
+        putLe(m_slots[0].edited->span(), Log::kTokenOffset, token);
+    }
+    m_log.start(token, m_committedPages);
+}
+
+FilePager::Images FilePager::makeImages() {
+    Images images;
+    const auto stored = [&](PageNo page, const Page& content) -> const Page* {
+        if (m_header.encryptionKey == 0 || page == 0)
+            return &content;
+        Page& copy = images.copies.emplace_back(content);
+        cryptPage(copy.span(), m_header.encryptionKey, page);
+        return &copy;
+    };
+    for (const auto& [page, before] : m_changes)
+        images.pages.push_back(
+            {page, before ? stored(page, *before) : &kZeroPage, stored(page, *m_slots[page].edited)});
+    return images;
+}
+
+// A new file needs no log: it is no database until page 0 is there, which comes last.
+void FilePager::writeNewFile(const Images& images) {
+    assert(images.pages.front().number == 0);
+    try {
+        for (std::size_t i = 1; i < images.pages.size(); ++i)
+            m_file->write(std::uint64_t{images.pages[i].number} * kPageSize, images.pages[i].after->view());
+        m_file->flush();
+        m_file->write(0, images.pages.front().after->view());
+        m_file->flush();
+        m_disk.flushFolder(m_path);
+    } catch (...) {
+        try {
+            m_file->truncate(0);
+        } catch (const Error&) {
+            // The first failure is the one to report.
+        }
+        throw;
+    }
+}
+
+// Writes what the log has just taken into the file. After a failure the file is behind, and the log stands in for it
+// until a later attempt succeeds.
+void FilePager::writeThrough(const Images& images) {
+    try {
+        if (m_behind)
+            m_log.copyTo(*m_file);
+        else
+            for (const auto& page : images.pages)
+                m_file->write(std::uint64_t{page.number} * kPageSize, page.after->view());
+        m_behind = false;
+    } catch (const Error&) {
+        m_behind = true;
+    }
+}
+
+void FilePager::adoptChanges() {
+    for (const auto& change : m_changes) {
+        Slot& slot = m_slots[change.page];
+        slot.snapshot.reset();
+        keep(change.page, std::move(slot.edited));
+    }
+    m_changes.clear();
     m_committedPages = pageCount();
-    m_changed.clear();
+    m_new = false;
     m_inTransaction = false;
+}
+
+// Makes the file hold durably all that the log has. Once a flush has failed nothing tells which pages arrived, so all
+// are written again before the next.
+void FilePager::settle() {
+    if (m_behind)
+        m_log.copyTo(*m_file);
+    m_behind = true;
+    m_file->flush();
+    m_behind = false;
 }
 
 void FilePager::rollback() {
     assert(m_inTransaction);
-    for (const PageNo page : m_changed) {
-        m_slots[page].edited.reset();
-        m_slots[page].snapshot.reset();
+    for (const auto& change : m_changes) {
+        m_slots[change.page].edited.reset();
+        m_slots[change.page].snapshot.reset();
     }
+    m_changes.clear();
     m_slots.resize(m_committedPages);
-    m_changed.clear();
     m_inTransaction = false;
     ++m_rollbacks;
 }
@@ -253,8 +452,11 @@ void FilePager::close() {
         return;
     if (m_inTransaction)
         rollback();
-    if (!readOnly())
-        m_file->flush();
+    if (!readOnly()) {
+        if (m_log.started())
+            settle();
+        m_log.remove();
+    }
     m_file.reset();
 }
 

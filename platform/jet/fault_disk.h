@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// A disk that fails on purpose, for tests: the Nth operation throws, once or from then on.
+//
+// It wraps another disk and passes everything through to it. Counted are open, read, write, truncate, flush, rename,
+// remove and flushFolder, on all its files together. Both disks must outlive the Files.
+#pragma once
+
+#include "jet/error.h"
+#include "jet/file.h"
+
+namespace jet {
+
+class FaultDisk : public Disk {
+ public:
+    struct Plan {
+        std::uint64_t failAt = 0;  // counted from 1; 0 = never
+        bool onwards = false;      // every later operation fails too
+        bool halfWrite = false;    // a failing write leaves its first half
+        Errc error = Errc::Io;
+        std::string only = {};  // the path whose operations count; empty = all
+    };
+
+    explicit FaultDisk(Disk& under) : m_under(under) {}
+
+    // Takes a new plan and counts from the start.
+    void setPlan(Plan plan);
+    [[nodiscard]] std::uint64_t operations() const { return m_operations; }
+    // Whether the plan has failed anything yet.
+    [[nodiscard]] bool failed() const { return m_failed; }
+
+    std::unique_ptr<File> open(const std::string& path, OpenMode mode) override;
+    [[nodiscard]] bool exists(const std::string& path) override { return m_under.exists(path); }
+    void remove(const std::string& path) override;
+    void rename(const std::string& from, const std::string& to) override;
+    void flushFolder(const std::string& path) override;
+    std::string identity(const std::string& path) override { return m_under.identity(path); }
+
+ private:
+    class FaultFile;
+
+    // Counts an operation; true if it shall fail.
+    bool next(const std::string& path);
+    void step(const std::string& path);
+
+    Disk& m_under;
+    Plan m_plan;
+    std::uint64_t m_operations = 0;
+    bool m_failed = false;
+};
+
+}  // namespace jet
