@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+// A resolved expression: names are places in rows, every part has its type.
+#pragma once
+
+#include <vector>
+
+#include "jetsql/functions.h"
+
+namespace jetsql {
+
+struct Expr {
+    enum class Kind {
+        Constant,   // value
+        Column,     // rows[source][slot]
+        Key,        // keys[slot]: an expression that the rows are grouped by
+        Aggregate,  // aggregates[slot]
+        Output,     // outputs[slot]: another output column of the same SELECT
+        Negate,
+        Arithmetic,  // children[0] op children[1]; "&" too
+        Comparison,
+        Like,
+        And,
+        Or,
+        Xor,
+        Not,
+        IsNull,
+        Between,
+        In,
+        Choice,   // IIf; evaluates only the branch taken
+        Convert,  // children[0] as `type`
+        Call,
+    };
+
+    Kind kind = Kind::Constant;
+    Op op = Op::Add;
+    MaybeType type;
+    std::uint16_t length = 0;  // of a text column taken as it is
+    std::size_t source = 0;
+    std::size_t slot = 0;
+    Value value;
+    const Function* function = nullptr;
+    std::vector<Expr> children;
+};
+
+// Where the values of an expression come from. A source that an outer join left without a row has Nulls.
+struct Frame {
+    std::vector<jet::Row> rows;
+    const jet::Row* keys = nullptr;
+    const jet::Row* aggregates = nullptr;
+    const jet::Row* outputs = nullptr;
+};
+
+// The result is in the frame, in the expression or in `scratch`, and good until one of them changes.
+const Value& evaluate(const Expr& e, const Frame& frame, Value& scratch);
+// The same as a condition.
+Truth test(const Expr& e, const Frame& frame);
+inline bool holds(const Expr& e, const Frame& frame) {
+    return test(e, frame) == Truth::True;
+}
+
+bool same(const Expr& a, const Expr& b);
+// Whether it is the same for all rows, so that it can be evaluated with an empty frame.
+bool isConstant(const Expr& e);
+// Calls `f` for every part, the expression itself included.
+template <typename F>
+void visit(const Expr& e, F&& f) {
+    f(e);
+    for (const Expr& child : e.children)
+        visit(child, f);
+}
+
+}  // namespace jetsql

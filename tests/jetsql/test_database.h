@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+// An empty budget in memory, with a few more tables and stored queries than a budget has.
+#pragma once
+
+#include "budget_schema.h"
+#include "jet/memory_disk.h"
+#include "jetsql/error.h"
+#include "jetsql/statement.h"
+#include "vbrt/error.h"
+
+namespace test {
+
+inline jet::ColumnSpec column(std::string name, jet::ColumnType type, std::uint16_t length = 0) {
+    jet::ColumnSpec spec;
+    spec.name = std::move(name);
+    spec.type = type;
+    spec.length = length;
+    return spec;
+}
+
+inline jet::ColumnSpec withDefault(jet::ColumnSpec spec, std::string expression) {
+    spec.properties = {jet::PropertySet::memoProperty("DefaultValue", expression)};
+    return spec;
+}
+
+inline jet::IndexSpec index(std::string name, std::string columnName, bool primary = false) {
+    jet::IndexSpec spec;
+    spec.name = std::move(name);
+    spec.columns = {{std::move(columnName), true}};
+    spec.primary = spec.unique = spec.required = primary;
+    return spec;
+}
+
+inline jet::TableSpec table(std::string name, std::vector<jet::ColumnSpec> columns,
+                            std::vector<jet::IndexSpec> indexes = {}) {
+    jet::TableSpec spec;
+    spec.name = std::move(name);
+    spec.columns = std::move(columns);
+    spec.indexes = std::move(indexes);
+    return spec;
+}
+
+inline jet::QueryRow queryRow(std::uint8_t attribute, std::uint32_t order, std::optional<std::int16_t> flag,
+                              std::optional<std::string> name1 = {}, std::optional<std::string> expression = {},
+                              std::optional<std::string> name2 = {}) {
+    return {attribute, order, std::move(name1), std::move(name2), std::move(expression), flag};
+}
+
+inline jet::QuerySpec query(std::string name, std::vector<jet::QueryRow> rows) {
+    jet::QuerySpec spec;
+    spec.name = std::move(name);
+    spec.rows = std::move(rows);
+    return spec;
+}
+
+inline jet::DatabaseSpec specification() {
+    using enum jet::ColumnType;
+    jet::DatabaseSpec spec = jet::budgetTemplate();
+    spec.pages = 0;
+    spec.tables.push_back(table(
+        "types",
+        {column("flag", Boolean), column("tiny", Byte), column("small", Integer), column("number", Long),
+         column("money", Currency), column("single", Single), column("double", Double), column("moment", DateTime),
+         column("bytes", Binary, 20), column("word", Text, 10), column("note", Memo), column("guid", Guid)}));
+    spec.tables.push_back(table(
+        "defaults", {column("id", Long), withDefault(column("a", Long), "1+2"),
+                     withDefault(column("b", Text, 10), "\"none\""), withDefault(column("c", DateTime), "=Date()"),
+                     withDefault(column("d", Boolean), "=Yes"), column("e", Text, 10)}));
+    spec.tables.back().columns[0].autoNumber = true;
+    spec.tables.back().columns[2].properties.push_back(jet::PropertySet::boolProperty("AllowZeroLength", true));
+    spec.tables.push_back(table("tree", {column("id", Long), column("parent", Long)}, {index("id", "id", true)}));
+    spec.tables.push_back(table("odd name", {column("two words", Long), column("order", Text, 10)}));
+    jet::Relationship relationship;
+    relationship.name = "treetree";
+    relationship.table = relationship.referencedTable = "tree";
+    relationship.columns = {{"parent", "id"}};
+    relationship.flags = 0x1100;  // cascades updates and deletions
+    spec.relationships.push_back(relationship);
+    spec.queries.push_back(query("qry_loop", {queryRow(5, 1, {}, "qry_loop_inner"), queryRow(6, 1, 0, {}, "a")}));
+    spec.queries.push_back(query("qry_loop_inner", {queryRow(5, 1, {}, "QRY_LOOP"), queryRow(6, 1, 0, {}, "a")}));
+    spec.queries.push_back(
+        query("qry_top", {queryRow(1, 1, 1), queryRow(3, 1, 0x11, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
+                          queryRow(8, 1, {}, {}, "s.budget>0"), queryRow(11, 1, {}, "D", "new_balance")}));
+    spec.queries.push_back(query("qry_delete", {queryRow(1, 1, 5), queryRow(5, 1, {}, "tree")}));
+    return spec;
+}
+
+class Database {
+ public:
+    Database() {
+        jet::createDatabase(m_disk, kPath, specification());
+        restart();
+    }
+
+    // Closes the file and opens it again.
+    void restart() {
+        m_db.reset();
+        m_db = jet::Database::open(kPath, {.password = specification().password, .readOnly = false, .disk = &m_disk});
+    }
+
+    const std::shared_ptr<jet::Database>& operator*() const { return m_db; }
+    jet::Database* operator->() const { return m_db.get(); }
+
+    jetsql::Outcome execute(std::string_view sql) { return jetsql::execute(m_db, sql); }
+
+    std::vector<jet::Row> rows(std::string_view sql) {
+        const auto found = execute(sql).rows;
+        std::vector<jet::Row> all;
+        for (jet::Row row; found->next(row);)
+            all.push_back(row);
+        return all;
+    }
+
+ private:
+    static constexpr const char* kPath = "test.mdb";
+    jet::MemoryDisk m_disk;
+    std::shared_ptr<jet::Database> m_db;
+};
+
+}  // namespace test
