@@ -143,6 +143,8 @@ inline QString Format(QAnyStringView text, QAnyStringView picture) {
 inline QString Format(const std::same_as<QVariant> auto& field, QAnyStringView picture) {
     if (field.isNull())
         return {};
+    if (field.metaType() == QMetaType::fromType<Date>())
+        return toQString(vbrt::Format(field.template value<Date>(), utf8(picture)));
     switch (field.typeId()) {
         case QMetaType::QString:
             return Format(field.toString(), picture);

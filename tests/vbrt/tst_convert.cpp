@@ -349,6 +349,7 @@ void tst_convert::qFields() {
     QCOMPARE(Format(QVariant(12), ""), "12");
     QCOMPARE(Format(QVariant("Rent"), ""), "Rent");
     QCOMPARE(Format(QVariant(QDate(2026, 1, 2)), "mm/dd/yyyy"), "01/02/2026");
+    QCOMPARE(Format(QVariant::fromValue(vbrt::Date{46024}), "mm/dd/yyyy"), "01/02/2026");
     QCOMPARE(Format(QVariant(QDateTime(QDate(2026, 1, 2), QTime(13, 5))), ""), "1/2/2026 1:05:00 PM");
 }
 
