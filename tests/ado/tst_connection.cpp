@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+#include "ado/connection.h"
+
+#include <QDir>
+#include <QTest>
+
+#include "ado/database_file.h"
+#include "ado/fixture.h"
+
+using fixture::errorOf;
+using fixture::rowsOf;
+
+class tst_connection : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString m_path;
+
+ private slots:
+    void init() {
+        m_path = m_dir.filePath("home;of 'O\"Brien'.mdb");
+        fixture::create(m_path);
+    }
+
+    void states() {
+        ado::Connection connection;
+        QCOMPARE(connection.State(), ado::adStateClosed);
+        QCOMPARE(errorOf([&] { connection.Close(); }), "3704 Operation is not allowed when the object is closed.");
+        QCOMPARE(errorOf([&] { connection.Execute("select 1"); }).left(5), "3704 ");
+
+        connection.Open(fixture::connectionString(m_path));
+        QCOMPARE(connection.State(), ado::adStateOpen);
+        QCOMPARE(errorOf([&] { connection.Open(fixture::connectionString(m_path)); }),
+                 "3705 Operation is not allowed when the object is open.");
+        QCOMPARE(errorOf([&] { connection.setProvider("x"); }).left(5), "3705 ");
+        QCOMPARE(rowsOf(connection, "select count(*) from parents"), "0");
+
+        connection.Close();
+        QCOMPARE(connection.State(), ado::adStateClosed);
+        connection.Open(fixture::connectionString(m_path), "ADMIN", "");
+        QCOMPARE(connection.State(), ado::adStateOpen);
+    }
+
+    void providerAsProperty() {
+        ado::Connection connection;
+        connection.setProvider("microsoft.jet.oledb.4.0");
+        connection.Open("Data Source=" + ado::connectionValue(m_path) + ";Jet OLEDB:Engine Type=4;" +
+                        "Jet OLEDB:Database Password=" + ado::connectionValue(fixture::kPassword));
+        QCOMPARE(connection.State(), ado::adStateOpen);
+    }
+
+    void refusedOpenings_data() {
+        QTest::addColumn<QString>("string");
+        QTest::addColumn<QString>("error");
+        const QString dir = QDir(m_dir.path()).absolutePath();
+        fixture::writeBytes(dir + "/text.mdb", QByteArray(5000, 'x'));
+        fixture::writeBytes(dir + "/empty.mdb", {});
+
+        QTest::newRow("no provider") << "Data Source=x.mdb"
+                                     << "3706 Provider cannot be found. It may not be properly installed.";
+        QTest::newRow("other provider") << "Provider=SQLOLEDB;Data Source=x.mdb"
+                                        << "3706 Provider cannot be found. It may not be properly installed.";
+        QTest::newRow("not a connection string")
+            << "home.mdb"
+            << "-2147217805 Format of the initialization string does not conform to the OLE DB specification.";
+        QTest::newRow("unknown key") << fixture::connectionString(dir + "/x.mdb") + "Jet OLEDB:Color=4"
+                                     << "-2147467259 Could not find installable ISAM.";
+        QTest::newRow("other user") << fixture::connectionString(dir + "/x.mdb") + "User ID=bob"
+                                    << "-2147217843 Not a valid account name or password.";
+        QTest::newRow("no file") << fixture::connectionString(dir + "/none.mdb")
+                                 << "-2147467259 Could not find file '" + dir + "/none.mdb'.";
+        QTest::newRow("no data source") << "Provider=Microsoft.Jet.OLEDB.4.0"
+                                        << "-2147467259 Could not find file ''.";
+        QTest::newRow("NUL in the path") << fixture::connectionString(dir + "/text.mdb" + QChar(0) + "x")
+                                         << "-2147467259 Could not find file '" + dir + "/text.mdb'.";
+        QTest::newRow("no folder")
+            << fixture::connectionString(dir + "/none/home.mdb")
+            << "-2147467259 '" + dir +
+                   "/none/home.mdb' is not a valid path.  Make sure that the path name is spelled correctly and that "
+                   "you are connected to the server on which the file resides.";
+        QTest::newRow("a folder")
+            << fixture::connectionString(dir)
+            << "-2147467259 The Microsoft Jet database engine cannot open the file '" + dir +
+                   "'.  It is already opened exclusively by another user, or you need permission to view its data.";
+        QTest::newRow("no database") << fixture::connectionString(dir + "/text.mdb")
+                                     << "-2147467259 Unrecognized database format '" + dir + "/text.mdb'.";
+        QTest::newRow("empty file") << fixture::connectionString(dir + "/empty.mdb")
+                                    << "-2147467259 Unrecognized database format '" + dir + "/empty.mdb'.";
+        QTest::newRow("wrong password") << fixture::connectionString(m_dir.filePath("home;of 'O\"Brien'.mdb"), "other")
+                                        << "-2147217843 Not a valid password.";
+        QTest::newRow("no password") << "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" +
+                                            ado::connectionValue(m_dir.filePath("home;of 'O\"Brien'.mdb"))
+                                     << "-2147217843 Not a valid password.";
+    }
+    void refusedOpenings() {
+        QFETCH(QString, string);
+        ado::Connection connection;
+        QTEST(errorOf([&] { connection.Open(string); }), "error");
+        QCOMPARE(connection.State(), ado::adStateClosed);
+    }
+
+    void statements() {
+        ado::Connection connection;
+        connection.Open(fixture::connectionString(m_path));
+        long affected = -5;
+        auto result = connection.Execute("insert into parents (name, amount) values ('Rent', 1.5)", &affected);
+        QCOMPARE(affected, 1);
+        QCOMPARE(result->State(), ado::adStateClosed);
+        connection.Execute("insert into parents (name) values ('Food')");
+        connection.Execute("insert into children (parent, note) values ('rent', 'é')");
+
+        connection.Execute("update parents set amount = 2", &affected);
+        QCOMPARE(affected, 2);
+        connection.Execute("update parents set name = 'House' where name = 'Rent'", &affected);
+        QCOMPARE(affected, 1);
+        QCOMPARE(rowsOf(connection, "select parent, note from children"), u"House|é"_qs);
+        connection.Execute("delete * from parents where name = 'House'", &affected);
+        QCOMPARE(affected, 1);
+        QCOMPARE(rowsOf(connection, "select count(*) from children"), "0");
+        QCOMPARE(rowsOf(*connection.Execute("parents", nullptr, ado::adCmdTable)), "Food|2");
+    }
+
+    void failedStatementsChangeNothing_data() {
+        QTest::addColumn<QString>("sql");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("duplicate") << "insert into parents (name) values ('RENT')"
+                                   << "-2147467259 The changes you requested";
+        QTest::newRow("no parent") << "insert into children (parent) values ('x')"
+                                   << "-2147467259 You cannot add or change a record because a related record is "
+                                      "required in table 'parents'.";
+        QTest::newRow("too long") << "update parents set name = '" + QString(51, 'x') + "'"
+                                  << "-2147217833 The field is too small";
+        QTest::newRow("syntax") << "insert into parents name"
+                                << "-2147217900 Syntax error in INSERT INTO statement.";
+        QTest::newRow("unknown table") << "select * from nothing"
+                                       << "-2147217865 The Microsoft Jet database engine cannot find the input table "
+                                          "or query 'nothing'.";
+        QTest::newRow("no such character") << u"insert into parents (name) values ('a✓b')"_qs
+                                           << u"-2147217913 The character '✓' (U+2713) cannot be stored"_qs;
+        QTest::newRow("half a character") << "insert into parents (name) values ('a" + QString(QChar(0xD83D)) + "b')"
+                                          << u"-2147217913 The character '\uFFFD' (U+FFFD) cannot be stored"_qs;
+    }
+    void failedStatementsChangeNothing() {
+        QFETCH(QString, sql);
+        QFETCH(QString, error);
+        ado::Connection connection;
+        connection.Open(fixture::connectionString(m_path));
+        connection.Execute("insert into parents (name) values ('Rent')");
+        QCOMPARE(errorOf([&] { connection.Execute(sql); }).left(error.size()), error);
+        QCOMPARE(rowsOf(connection, "select * from parents"), "Rent|-");
+        QCOMPARE(rowsOf(connection, "select * from children"), "");
+    }
+
+    void connectionsShareAFile() {
+        ado::Connection first;
+        ado::Connection second;
+        first.Open(fixture::connectionString(m_path));
+        second.Open(fixture::connectionString(m_path));
+        QCOMPARE(rowsOf(second, "select count(*) from parents"), "0");
+        first.Execute("insert into parents (name) values ('Rent')");
+        QCOMPARE(rowsOf(second, "select name from parents"), "Rent");
+        first.Close();
+        second.Execute("insert into parents (name) values ('Food')");
+        QCOMPARE(rowsOf(second, "select count(*) from parents"), "2");
+    }
+
+    void readOnly() {
+        const QByteArray before = fixture::bytesOf(m_path);
+        ado::Connection connection;
+        connection.Open(fixture::connectionString(m_path) + "Mode=Read|Share Deny None");
+        QCOMPARE(rowsOf(connection, "select count(*) from parents"), "0");
+        QCOMPARE(errorOf([&] { connection.Execute("insert into parents (name) values ('Rent')"); }),
+                 "-2147467259 Operation must use an updateable query.");
+        connection.Close();
+        QVERIFY(fixture::bytesOf(m_path) == before);
+    }
+
+    void closingClosesTheReaders() {
+        ado::Connection connection;
+        connection.Open(fixture::connectionString(m_path));
+        connection.Execute("insert into parents (name) values ('Rent')");
+        const auto reader = connection.Execute("select * from parents");
+        ado::Recordset client;
+        client.setCursorLocation(ado::adUseClient);
+        client.Open("select * from parents", connection);
+        connection.Close();
+        QCOMPARE(reader->State(), ado::adStateClosed);
+        QCOMPARE(client.State(), ado::adStateClosed);
+        QVERIFY(!ado::isDatabaseOpen(m_path));
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_connection)
+#include "tst_connection.moc"
