@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "controls/common_dialog.h"
 
+#include "controls/message_box.h"
+#include "controls/print_setup.h"
+#include "controls/testing.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFileDialog>
@@ -11,10 +15,6 @@
 #include <QRegularExpression>
 #include <memory>
 #include <optional>
-
-#include "controls/message_box.h"
-#include "controls/print_setup.h"
-#include "controls/testing.h"
 
 namespace controls {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "controls/date_picker.h"
 
+#include "vbrt/error.h"
+
 #include <QCalendarWidget>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QStyleOptionComboBox>
 #include <QWheelEvent>
-
-#include "vbrt/error.h"
 
 namespace controls {
 
@@ -23,6 +23,7 @@ DatePicker::DatePicker(QWidget* parent) : QDateEdit(parent) {
     setLocale(us);
     setCalendarPopup(true);
     calendarWidget()->setLocale(us);
+    calendarWidget()->setFirstDayOfWeek(us.firstDayOfWeek());
     setDateRange(kFirst, kLast);
     setDisplayFormat(QStringLiteral("MM/dd/yyyy"));
     setFocusPolicy(Qt::StrongFocus);

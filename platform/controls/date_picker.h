@@ -5,9 +5,9 @@
 // setDate() and dateChanged() work as they do there.
 #pragma once
 
-#include <QDateEdit>
-
 #include "vbrt/date.h"
+
+#include <QDateEdit>
 
 namespace controls {
 

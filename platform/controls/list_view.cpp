@@ -1,262 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include "controls/list_view.h"
 
-#include <QAbstractTableModel>
+#include "controls/list_model.h"
+
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QProxyStyle>
 #include <QStyledItemDelegate>
 #include <algorithm>
 #include <array>
 #include <cassert>
-#include <cstring>
-#include <numeric>
-#include <string>
-
-#include "controls/row_store.h"
-#include "controls/sort_text.h"
 
 namespace controls {
 
 namespace {
 
-constexpr int kMargin = 6;            // pixels on each side of a cell's text, for default widths
+constexpr int kMargin = 6;            // pixels on each side of a cell's text, so that columns stand apart
+constexpr int kRowMargin = 2;         // pixels above and below it
 constexpr int kArrowGap = 4;          // pixels between a header's text and its arrow
 constexpr qsizetype kPainted = 1024;  // characters; no column is wider, and a memo may be very long
 
-QString fromUtf8(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-Qt::Alignment qtAlignment(ColumnAlignment alignment) {
-    switch (alignment) {
-        case ColumnAlignment::Right:
-            return Qt::AlignRight | Qt::AlignVCenter;
-        case ColumnAlignment::Center:
-            return Qt::AlignHCenter | Qt::AlignVCenter;
-        case ColumnAlignment::Left:
-            break;
-    }
-    return Qt::AlignLeft | Qt::AlignVCenter;
-}
-
-// A cell has one line.
-QString onOneLine(QString text) {
-    text.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
-    for (QChar& c : text) {
-        if (c < u' ' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
-            c = u' ';
-    }
-    return text;
-}
-
-// Texts with their sort keys: the first eight bytes for most comparisons, the whole key in `bytes`.
-struct SortEntry {
-    quint64 head;
-    quint32 offset;
-    quint32 size;
-    quint32 row;
-};
-
-quint64 headOf(std::string_view key) {
-    quint64 head = 0;
-    for (std::size_t i = 0; i < 8; ++i)
-        head = head << 8 | (i < key.size() ? static_cast<unsigned char>(key[i]) : 0U);
-    return head;
-}
-
-std::string sortKeyOf(std::string_view text) {
-    std::string key;
-    appendSortKey(text, key);
-    return key;
-}
-
 }  // namespace
-
-// What the view shows: the columns and the rows.
-class ListModel : public QAbstractTableModel {
- public:
-    struct Column {
-        QString header;
-        QString tag;
-        ColumnAlignment alignment;
-    };
-
-    explicit ListModel(QObject* parent) : QAbstractTableModel(parent) {}
-
-    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(store.size());
-    }
-    [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(columns.size());
-    }
-    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
-    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
-
-    void addColumn(const Column& column) {
-        beginInsertColumns({}, columnCount(), columnCount());
-        columns.push_back(column);
-        endInsertColumns();
-    }
-
-    int addRow(std::span<const std::string_view> cells, qint32 tag, quint32 redCells);
-    void removeRow(int row) {
-        beginRemoveRows({}, row, row);
-        store.remove(static_cast<std::size_t>(row));
-        endRemoveRows();
-    }
-    void clear();
-    void beginLoad() {
-        if (loads++ == 0)
-            beginResetModel();
-    }
-    void endLoad();
-    void sortRows();
-    void touch(int row, int column) {
-        if (loads == 0)
-            emit dataChanged(index(row, column), index(row, column));
-    }
-    [[nodiscard]] bool loading() const { return loads > 0; }
-
-    std::vector<Column> columns;
-    RowStore store;
-    bool sorted = false;
-    int sortKey = 0;
-    Qt::SortOrder sortOrder = Qt::AscendingOrder;
-
- private:
-    [[nodiscard]] std::vector<quint32> sortedOrder() const;
-    [[nodiscard]] int placeFor(std::string_view text) const;
-
-    int loads = 0;
-};
-
-QVariant ListModel::data(const QModelIndex& index, int role) const {
-    const auto row = static_cast<std::size_t>(index.row());
-    const auto column = static_cast<std::size_t>(index.column());
-    if (!index.isValid() || row >= store.size() || column >= columns.size())
-        return {};
-    switch (role) {
-        case Qt::DisplayRole:
-            return onOneLine(fromUtf8(store.text(row, column)));
-        case Qt::TextAlignmentRole:
-            return QVariant::fromValue(qtAlignment(columns[column].alignment));
-        case Qt::ForegroundRole:
-            return store.isRed(row, column) ? QVariant(QColor(Qt::red)) : QVariant();
-        default:
-            return {};
-    }
-}
-
-QVariant ListModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount())
-        return {};
-    const Column& column = columns[static_cast<std::size_t>(section)];
-    if (role == Qt::DisplayRole)
-        return column.header;
-    if (role == Qt::TextAlignmentRole)
-        return QVariant::fromValue(qtAlignment(column.alignment));
-    return {};
-}
-
-int ListModel::addRow(std::span<const std::string_view> cells, qint32 tag, quint32 redCells) {
-    int row = rowCount();
-    if (loads > 0) {
-        store.insert(store.size(), cells, tag, redCells);
-        return row;
-    }
-    if (sorted) {
-        const auto key = static_cast<std::size_t>(sortKey);
-        row = placeFor(key < cells.size() ? cells[key] : std::string_view());
-    }
-    beginInsertRows({}, row, row);
-    store.insert(static_cast<std::size_t>(row), cells, tag, redCells);
-    endInsertRows();
-    return row;
-}
-
-void ListModel::clear() {
-    if (loads > 0) {
-        store.clear();
-        return;
-    }
-    beginResetModel();
-    store.clear();
-    endResetModel();
-}
-
-void ListModel::endLoad() {
-    if (--loads > 0)
-        return;
-    if (sorted)
-        store.reorder(sortedOrder());
-    endResetModel();
-}
-
-std::vector<quint32> ListModel::sortedOrder() const {
-    std::string bytes;
-    std::vector<SortEntry> entries(store.size());
-    for (std::size_t row = 0; row < entries.size(); ++row) {
-        const std::size_t offset = bytes.size();
-        appendSortKey(store.text(row, static_cast<std::size_t>(sortKey)), bytes);
-        entries[row].offset = static_cast<quint32>(offset);
-        entries[row].size = static_cast<quint32>(bytes.size() - offset);
-        entries[row].row = static_cast<quint32>(row);
-    }
-    const auto keyOf = [&bytes](const SortEntry& e) { return std::string_view(bytes).substr(e.offset, e.size); };
-    for (SortEntry& entry : entries)
-        entry.head = headOf(keyOf(entry));
-    const auto less = [&keyOf](const SortEntry& a, const SortEntry& b) {
-        return a.head != b.head ? a.head < b.head : keyOf(a) < keyOf(b);
-    };
-    if (sortOrder == Qt::AscendingOrder)
-        std::stable_sort(entries.begin(), entries.end(), less);
-    else
-        std::stable_sort(entries.begin(), entries.end(),
-                         [&less](const SortEntry& a, const SortEntry& b) { return less(b, a); });
-
-    std::vector<quint32> order(entries.size());
-    std::transform(entries.begin(), entries.end(), order.begin(), [](const SortEntry& entry) { return entry.row; });
-    return order;
-}
-
-void ListModel::sortRows() {
-    if (loads > 0)
-        return;
-    emit layoutAboutToBeChanged({}, VerticalSortHint);
-    const std::vector<quint32> order = sortedOrder();
-    store.reorder(order);
-    const QModelIndexList from = persistentIndexList();
-    if (!from.isEmpty()) {
-        std::vector<int> newRow(order.size());
-        for (std::size_t row = 0; row < order.size(); ++row)
-            newRow[order[row]] = static_cast<int>(row);
-        QModelIndexList to;
-        for (const QModelIndex& old : from)
-            to += index(newRow[static_cast<std::size_t>(old.row())], old.column());
-        changePersistentIndexList(from, to);
-    }
-    emit layoutChanged({}, VerticalSortHint);
-}
-
-// Behind the last row that does not come after the text.
-int ListModel::placeFor(std::string_view text) const {
-    const std::string key = sortKeyOf(text);
-    std::size_t low = 0;
-    std::size_t high = store.size();
-    while (low < high) {
-        const std::size_t middle = low + (high - low) / 2;
-        const std::string other = sortKeyOf(store.text(middle, static_cast<std::size_t>(sortKey)));
-        const bool comesBefore = sortOrder == Qt::AscendingOrder ? key < other : key > other;
-        if (comesBefore)
-            high = middle;
-        else
-            low = middle + 1;
-    }
-    return static_cast<int>(low);
-}
 
 // Draws one column's arrow right of its text.
 class ListHeader : public QHeaderView {
@@ -310,9 +77,25 @@ void ListHeader::paintSection(QPainter* painter, const QRect& rect, int section)
 
 namespace {
 
+// Most styles set cells closer together than a table of figures can bear.
+class ListStyle : public QProxyStyle {
+ public:
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override {
+        if (metric == PM_FocusFrameHMargin)
+            return kMargin - 1;  // the style adds one
+        if (metric == PM_HeaderMargin)
+            return kMargin;
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+};
+
 class CellDelegate : public QStyledItemDelegate {
  public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return QStyledItemDelegate::sizeHint(option, index).grownBy({0, kRowMargin, 0, kRowMargin});
+    }
 
     [[nodiscard]] QString displayText(const QVariant& value, const QLocale& /*locale*/) const override {
         return value.toString().left(kPainted);
@@ -335,6 +118,10 @@ ListView::ListView(QWidget* parent) : QTreeView(parent), m_model(new ListModel(t
     setHeader(m_header);
     m_header->setSectionsClickable(true);  // only now: setHeader() turns it off
     setItemDelegate(new CellDelegate(this));
+    auto* const listStyle = new ListStyle;
+    listStyle->setParent(this);
+    setStyle(listStyle);
+    m_header->setStyle(listStyle);
     setRootIsDecorated(false);
     setItemsExpandable(false);
     setExpandsOnDoubleClick(false);
@@ -358,7 +145,7 @@ void ListView::addColumn(const QString& header, const QString& tag, int widthCha
     assert(columnCount() < static_cast<int>(RowStore::kMaxCells));
     m_model->addColumn({header, tag, alignment});
     const int column = columnCount() - 1;
-    const int forText = widthChars * fontMetrics().averageCharWidth() + 2 * kMargin;
+    const int forText = widthChars * fontMetrics().horizontalAdvance(u'0') + 2 * kMargin;
     const int forHeader = m_header->widthWithArrow(column);
     setColumnWidth(column, std::max(forText, forHeader));
 }
@@ -462,7 +249,7 @@ int ListView::rowCount() const {
 }
 
 QString ListView::text(int row, int column) const {
-    return fromUtf8(utf8(row, column));
+    return m_model->cellText(row, column);
 }
 
 std::string_view ListView::utf8(int row, int column) const {
@@ -502,8 +289,8 @@ void ListView::setTag(int row, qint32 tag) {
 int ListView::selectedRow() const {
     if (m_model->loading())
         return -1;
-    const QModelIndex current = currentIndex();
-    return selectionModel()->isSelected(current) ? current.row() : -1;
+    const QItemSelection selection = selectionModel()->selection();
+    return selection.isEmpty() ? -1 : selection.first().top();
 }
 
 void ListView::selectRow(int row) {

@@ -33,7 +33,7 @@ class ListView : public QTreeView {
     ~ListView() override;
 
     // Columns are added once by the form that owns the list, at most 32. `tag` is the form's own word for the column (a
-    // field name); `widthChars` its initial width in average characters.
+    // field name); `widthChars` its initial width in digits.
     void addColumn(const QString& header, const QString& tag, int widthChars,
                    ColumnAlignment alignment = ColumnAlignment::Left);
     [[nodiscard]] int columnCount() const;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "controls/message_box.h"
 
+#include "controls/testing.h"
+
 #include <QApplication>
 #include <QMessageBox>
-
-#include "controls/testing.h"
 
 namespace controls {
 

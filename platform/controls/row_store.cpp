@@ -12,29 +12,39 @@ namespace {
 
 constexpr std::size_t kChunkSize = std::size_t{256} * 1024;
 
-// A run starts with its number of cells, one byte.
-struct Run {
-    std::size_t cells = 0;
-    std::array<std::size_t, RowStore::kMaxCells + 1> ends{};  // of cell n from the start of the run: ends[n + 1]
+// Reads the lengths at the start of a run, behind the byte that says how many they are.
+class Lengths {
+ public:
+    explicit Lengths(const char* text) : m_at(text + 1), m_left(static_cast<unsigned char>(*text)) {}
 
-    explicit Run(const char* text) : cells(static_cast<unsigned char>(*text)) {
-        std::size_t at = 1;
-        for (std::size_t cell = 0; cell < cells; ++cell) {
-            std::size_t length = 0;
-            for (unsigned shift = 0;; shift += 7) {
-                const auto byte = static_cast<unsigned char>(text[at++]);
-                length |= static_cast<std::size_t>(byte & 0x7F) << shift;
-                if (byte < 0x80)
-                    break;
-            }
-            ends[cell + 1] = length;
+    [[nodiscard]] std::size_t left() const { return m_left; }
+    std::size_t next() {
+        --m_left;
+        std::size_t length = 0;
+        for (unsigned shift = 0;; shift += 7) {
+            const auto byte = static_cast<unsigned char>(*m_at++);
+            length |= static_cast<std::size_t>(byte & 0x7F) << shift;
+            if (byte < 0x80)
+                return length;
         }
-        ends[0] = at;
-        for (std::size_t cell = 0; cell < cells; ++cell)
-            ends[cell + 1] += ends[cell];
     }
-    [[nodiscard]] std::size_t size() const { return ends[cells]; }
+    // Reads what is left; the texts begin where the lengths end.
+    const char* skip(std::size_t& sum) {
+        while (m_left > 0)
+            sum += next();
+        return m_at;
+    }
+
+ private:
+    const char* m_at;
+    std::size_t m_left;
 };
+
+std::size_t runSize(const char* text) {
+    std::size_t sum = 0;
+    const char* const texts = Lengths(text).skip(sum);
+    return static_cast<std::size_t>(texts - text) + sum;
+}
 
 std::size_t lengthBytes(std::size_t length) {
     std::size_t bytes = 1;
@@ -70,22 +80,26 @@ void RowStore::reorder(std::span<const std::uint32_t> order) {
 }
 
 std::string_view RowStore::text(std::size_t row, std::size_t cell) const {
-    const char* text = m_rows[row].text;
-    const Run run(text);
-    if (cell >= run.cells)
+    Lengths lengths(m_rows[row].text);
+    if (cell >= lengths.left())
         return {};
-    return {text + run.ends[cell], run.ends[cell + 1] - run.ends[cell]};
+    std::size_t before = 0;
+    for (std::size_t i = 0; i < cell; ++i)
+        before += lengths.next();
+    const std::size_t length = lengths.next();
+    std::size_t after = 0;
+    return {lengths.skip(after) + before, length};
 }
 
 void RowStore::setText(std::size_t row, std::size_t cell, std::string_view text) {
     assert(cell < kMaxCells);
-    const char* old = m_rows[row].text;
-    const Run run(old);
+    const char* const old = m_rows[row].text;
+    const std::size_t count = Lengths(old).left();
     std::array<std::string_view, kMaxCells> cells;
-    for (std::size_t i = 0; i < run.cells; ++i)
-        cells[i] = {old + run.ends[i], run.ends[i + 1] - run.ends[i]};
+    for (std::size_t i = 0; i < count; ++i)
+        cells[i] = this->text(row, i);
     cells[cell] = text;
-    m_rows[row].text = store(std::span(cells).first(std::max(run.cells, cell + 1)));
+    m_rows[row].text = store(std::span(cells).first(std::max(count, cell + 1)));
     discard(old);
 }
 
@@ -135,14 +149,14 @@ const char* RowStore::store(std::span<const std::string_view> cells) {
 }
 
 void RowStore::discard(const char* text) {
-    m_live -= Run(text).size();
+    m_live -= runSize(text);
     if (m_allocated <= 4 * kChunkSize || m_live > m_allocated / 2)
         return;
     const std::vector<Chunk> old = std::move(m_chunks);  // kept until its rows have moved
     m_chunks.clear();
     m_allocated = m_used = m_live = 0;
     for (Row& row : m_rows) {
-        const std::size_t size = Run(row.text).size();
+        const std::size_t size = runSize(row.text);
         row.text = static_cast<const char*>(std::memcpy(allocate(size), row.text, size));
     }
 }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // RowStore: the rows of a list in little more memory than their text.
 //
-// The text of a row is one run of bytes in an arena: for each cell the length of its UTF-8 text (seven bits a byte, low
-// ones first), then the texts one after the other; missing cells at the end are empty. Beside it a row costs 16 bytes:
-// where its text is, its tag, its red cells. A changed row is written anew; the arena is packed when half of it is
-// waste. Rows and cells count from 0. REQUIRES, everywhere: row < size(), cell < kMaxCells.
+// The text of a row is one run of bytes in an arena: the number of cells, for each cell the length of its UTF-8 text
+// (seven bits a byte, low ones first), then the texts one after the other; missing cells at the end are empty. Beside
+// it a row costs 16 bytes: where its text is, its tag, its red cells. A changed row is written anew; the arena is
+// packed when half of it is waste. Rows and cells count from 0. REQUIRES, everywhere: row < size(), cell < kMaxCells.
 #pragma once
 
 #include <cstddef>

@@ -11,12 +11,12 @@
 //     QCOMPARE(dialogs.takeMessage().title, "Confirm Envelope Delete");
 #pragma once
 
+#include "controls/message_box.h"
+
 #include <QString>
 #include <QStringList>
 #include <deque>
 #include <optional>
-
-#include "controls/message_box.h"
 
 namespace controls {
 

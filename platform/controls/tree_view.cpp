@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "controls/tree_view.h"
 
+#include "vbrt/error.h"
+
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -8,8 +10,6 @@
 #include <algorithm>
 #include <cassert>
 #include <utility>
-
-#include "vbrt/error.h"
 
 namespace controls {
 

@@ -1,23 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "controls/common_dialog.h"
 
+#include "controls/date_picker.h"
+#include "controls/print_setup.h"
+#include "controls/testing.h"
+#include "vbrt/error.h"
+
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCalendarWidget>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPrinter>
 #include <QPrinterInfo>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <functional>
-
-#include "controls/date_picker.h"
-#include "controls/testing.h"
-#include "vbrt/error.h"
 
 using controls::CommonDialog;
 using controls::DialogQueue;
@@ -41,6 +44,7 @@ class tst_common_dialog : public QObject {
     void filters();
     void filesListed();
     void noPrinter();
+    void printSetup();
 
     void datePickerTyping();
     void datePickerRange();
@@ -310,6 +314,25 @@ void tst_common_dialog::noPrinter() {
     QCOMPARE(controls::printer().pageLayout().orientation(), QPageLayout::Landscape);
 }
 
+void tst_common_dialog::printSetup() {
+    QPrinter& printer = controls::printer();
+    const auto layout = [&printer] {
+        return printer.pageLayout().pageSize().key() +
+               (printer.pageLayout().orientation() == QPageLayout::Landscape ? " landscape" : " portrait");
+    };
+    printer.setPageSize(QPageSize(QPageSize::A4));
+    printer.setPageOrientation(QPageLayout::Portrait);
+    for (const bool ok : {false, true}) {
+        controls::PrintSetup setup(printer);
+        auto* const papers = setup.findChild<QComboBox*>("cboPaper");
+        QCOMPARE(papers->currentText(), printer.pageLayout().pageSize().name());
+        papers->setCurrentText(QPageSize::name(QPageSize::Legal));
+        setup.findChild<QRadioButton*>("optLandscape")->setChecked(true);
+        ok ? setup.accept() : setup.reject();
+        QCOMPARE(layout(), ok ? "Legal landscape" : "A4 portrait");
+    }
+}
+
 void tst_common_dialog::datePickerTyping() {
     const QLocale before;
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
@@ -352,6 +375,7 @@ void tst_common_dialog::datePickerCalendar() {
     picker.setFocus();
     QTest::keyClick(&picker, Qt::Key_Down, Qt::AltModifier);
     QTRY_VERIFY(picker.calendarWidget()->isVisible());
+    QCOMPARE(picker.calendarWidget()->firstDayOfWeek(), Qt::Sunday);
     QCOMPARE(picker.date(), QDate(2026, 11, 15));
     QTest::keyClick(
         picker.calendarWidget()->focusProxy() ? picker.calendarWidget()->focusProxy() : QApplication::focusWidget(),

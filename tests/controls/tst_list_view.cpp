@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "controls/list_view.h"
 
+#include "controls/row_store.h"
+#include "controls/sort_text.h"
+
 #include <QAccessible>
 #include <QHeaderView>
 #include <QPixmap>
@@ -9,9 +12,6 @@
 #include <QTest>
 #include <random>
 #include <stdexcept>
-
-#include "controls/row_store.h"
-#include "controls/sort_text.h"
 
 using controls::ColumnAlignment;
 using controls::ListView;
@@ -401,6 +401,8 @@ void tst_list_view::mouse() {
     list.show();
     QSignalSpy doubleClicks(&list, &ListView::rowDoubleClicked);
     QSignalSpy menus(&list, &ListView::rightMouseUp);
+    QList<int> selections;
+    connect(&list, &ListView::selectedRowChanged, this, [&](int row) { selections += row; });
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, cell(list, 1, 2));
     QCOMPARE(list.selectedRow(), 1);
     QTest::mouseDClick(list.viewport(), Qt::LeftButton, {}, cell(list, 1, 1));
@@ -415,6 +417,9 @@ void tst_list_view::mouse() {
     QCoreApplication::sendEvent(list.viewport(), &menuKey);
     QCOMPARE(menus.count(), 2);
     QVERIFY(list.viewport()->rect().contains(list.viewport()->mapFromGlobal(menus.last().first().toPoint())));
+    list.selectRow(-1);
+    list.clear();
+    QCOMPARE(selections, QList<int>({1, 2, -1}));
 }
 
 void tst_list_view::keys() {

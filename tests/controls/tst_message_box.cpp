@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "controls/message_box.h"
 
+#include "controls/hourglass.h"
+#include "controls/label.h"
+#include "controls/testing.h"
+#include "controls/twips.h"
+
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-
-#include "controls/hourglass.h"
-#include "controls/label.h"
-#include "controls/testing.h"
-#include "controls/twips.h"
 
 using controls::DialogQueue;
 using controls::MsgAnswer;

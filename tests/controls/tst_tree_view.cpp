@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "controls/tree_view.h"
 
+#include "vbrt/error.h"
+
 #include <QLineEdit>
 #include <QPixmap>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 #include <QVBoxLayout>
-
-#include "vbrt/error.h"
 
 using controls::TreeView;
 
