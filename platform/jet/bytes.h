@@ -29,9 +29,15 @@ T getLe(ByteView b, std::size_t offset) {
     return value;
 }
 
-inline std::uint8_t getU8(ByteView b, std::size_t offset) { return getLe<std::uint8_t>(b, offset); }
-inline std::uint16_t getU16(ByteView b, std::size_t offset) { return getLe<std::uint16_t>(b, offset); }
-inline std::uint32_t getU32(ByteView b, std::size_t offset) { return getLe<std::uint32_t>(b, offset); }
+inline std::uint8_t getU8(ByteView b, std::size_t offset) {
+    return getLe<std::uint8_t>(b, offset);
+}
+inline std::uint16_t getU16(ByteView b, std::size_t offset) {
+    return getLe<std::uint16_t>(b, offset);
+}
+inline std::uint32_t getU32(ByteView b, std::size_t offset) {
+    return getLe<std::uint32_t>(b, offset);
+}
 
 template <typename T>
 void putLe(std::span<std::uint8_t> b, std::size_t offset, T value) {
@@ -39,9 +45,15 @@ void putLe(std::span<std::uint8_t> b, std::size_t offset, T value) {
     std::memcpy(b.data() + offset, &value, sizeof(T));
 }
 
-inline void putU8(std::span<std::uint8_t> b, std::size_t offset, std::uint8_t v) { putLe(b, offset, v); }
-inline void putU16(std::span<std::uint8_t> b, std::size_t offset, std::uint16_t v) { putLe(b, offset, v); }
-inline void putU32(std::span<std::uint8_t> b, std::size_t offset, std::uint32_t v) { putLe(b, offset, v); }
+inline void putU8(std::span<std::uint8_t> b, std::size_t offset, std::uint8_t v) {
+    putLe(b, offset, v);
+}
+inline void putU16(std::span<std::uint8_t> b, std::size_t offset, std::uint16_t v) {
+    putLe(b, offset, v);
+}
+inline void putU32(std::span<std::uint8_t> b, std::size_t offset, std::uint32_t v) {
+    putLe(b, offset, v);
+}
 
 template <typename T>
 void appendLe(Bytes& b, T value) {

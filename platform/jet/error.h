@@ -13,33 +13,33 @@
 namespace jet {
 
 enum class Errc {
-    Io,                   // the disk failed
-    DiskFull,             // no room left
-    FileNotFound,         // `subject` is the path
-    PathNotFound,         // a folder of the path is missing; `subject` is the path
-    AccessDenied,         // the file exists but may not be read, or is a directory; `subject` is the path
-    Busy,                 // another process holds the file; `subject` is the path
-    NotADatabase,         // no Jet file at all; `subject` is the path
-    UnsupportedVersion,   // a Jet file of another generation; `subject` is the path
-    WrongPassword,        //
-    Corrupt,              // the file breaks a rule of the format; `page` tells where
-    ReadOnly,             // a change in a file opened for reading only
-    UnsupportedSortOrder, // a change in a table whose sort order is not General; `table`
-    UnsupportedFeature,   // a change that the engine cannot make safely; `subject` says what
-    NoSuchTable,          // `table`
-    NoSuchColumn,         // `table`, `subject` is the column
-    DuplicateKey,         // `table`, `subject` is the index
-    ParentRequired,       // `table` is the referenced table that has no such row
-    ChildrenExist,        // `table` is the referencing table that still has rows
-    CascadeDuplicate,     // a cascade would make a duplicate; `table`
-    NullInKey,            // Null in a primary key or required index; `table`, `subject` is the index
-    RequiredNull,         // Null in a required column; `table`, `subject` is the column
-    ZeroLength,           // '' where empty text is not allowed; `table`, `subject` is the column
-    TooLong,              // text or binary longer than its column; `table`, `subject` is the column
-    RowTooLarge,          // the row does not fit a page; `table`
-    NotRepresentable,     // a character that code page 1252 lacks; `subject` is the character in UTF-8
-    TypeMismatch,         // a value of the wrong type for its column; `table`, `subject` is the column
-    OutOfRange,           // a number too large for its column; `table`, `subject` is the column
+    Io,                    // the disk failed
+    DiskFull,              // no room left
+    FileNotFound,          // `subject` is the path
+    PathNotFound,          // a folder of the path is missing; `subject` is the path
+    AccessDenied,          // the file exists but may not be read, or is a directory; `subject` is the path
+    Busy,                  // another process holds the file; `subject` is the path
+    NotADatabase,          // no Jet file at all; `subject` is the path
+    UnsupportedVersion,    // a Jet file of another generation; `subject` is the path
+    WrongPassword,         //
+    Corrupt,               // the file breaks a rule of the format; `page` tells where
+    ReadOnly,              // a change in a file opened for reading only
+    UnsupportedSortOrder,  // a change in a table whose sort order is not General; `table`
+    UnsupportedFeature,    // a change that the engine cannot make safely; `subject` says what
+    NoSuchTable,           // `table`
+    NoSuchColumn,          // `table`, `subject` is the column
+    DuplicateKey,          // `table`, `subject` is the index
+    ParentRequired,        // `table` is the referenced table that has no such row
+    ChildrenExist,         // `table` is the referencing table that still has rows
+    CascadeDuplicate,      // a cascade would make a duplicate; `table`
+    NullInKey,             // Null in a primary key or required index; `table`, `subject` is the index
+    RequiredNull,          // Null in a required column; `table`, `subject` is the column
+    ZeroLength,            // '' where empty text is not allowed; `table`, `subject` is the column
+    TooLong,               // text or binary longer than its column; `table`, `subject` is the column
+    RowTooLarge,           // the row does not fit a page; `table`
+    NotRepresentable,      // a character that code page 1252 lacks; `subject` is the character in UTF-8
+    TypeMismatch,          // a value of the wrong type for its column; `table`, `subject` is the column
+    OutOfRange,            // a number too large for its column; `table`, `subject` is the column
 };
 
 class Error : public std::runtime_error {

@@ -35,10 +35,10 @@ class File {
 };
 
 enum class OpenMode {
-    Read,        // must exist
-    ReadWrite,   // must exist
-    Create,      // made if missing, kept if there
-    CreateNew,   // made or emptied
+    Read,       // must exist
+    ReadWrite,  // must exist
+    Create,     // made if missing, kept if there
+    CreateNew,  // made or emptied
 };
 
 class Disk {

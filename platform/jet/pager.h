@@ -5,7 +5,8 @@
 // once; only then are the pages written into the file itself, unflushed. After a crash open() replays the complete
 // records of the log, ignores a torn tail, flushes the file and removes the log. The log is emptied whenever the file
 // has been flushed (on close, and when it has grown past a few megabytes). A log that does not belong to the file
-// beside it is set aside as `<file>-log.old` and never replayed. docs/log.md describes the bytes.
+// beside it is set aside as `<file>-log.old` and never replayed; both carry a token, which the pager keeps in the last
+// 8 bytes of page 0 whatever a transaction writes there. docs/log.md describes the bytes.
 //
 // One Pager serves all users of a file within the process; everything runs on one thread.
 #pragma once
@@ -26,8 +27,8 @@ using PageRef = std::shared_ptr<const Page>;
 class Pager {
  public:
     struct Options {
-        bool readOnly = false;           // never writes: a log that needs replaying is replayed in memory alone
-        std::size_t cachePages = 8192;   // clean pages kept; changed ones are always kept
+        bool readOnly = false;          // never writes: a log that needs replaying is replayed in memory alone
+        std::size_t cachePages = 8192;  // clean pages kept; changed ones are always kept
     };
 
     // Opens an existing file: takes the lock, repairs from the log, checks page 0. With readOnly unset and a file that

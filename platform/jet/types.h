@@ -38,8 +38,12 @@ struct RowId {
 };
 
 // The u32 form of a RowId; 0 stands for "none" wherever the format allows it.
-constexpr std::uint32_t toPointer(RowId id) { return id.page << 8U | id.row; }
-constexpr RowId fromPointer(std::uint32_t p) { return {p >> 8U, static_cast<std::uint8_t>(p & 0xFFU)}; }
+constexpr std::uint32_t toPointer(RowId id) {
+    return id.page << 8U | id.row;
+}
+constexpr RowId fromPointer(std::uint32_t p) {
+    return {p >> 8U, static_cast<std::uint8_t>(p & 0xFFU)};
+}
 
 // The codes stored in a column descriptor.
 enum class ColumnType : std::uint8_t {

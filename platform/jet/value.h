@@ -40,7 +40,9 @@ using Value = std::variant<Null, bool, std::uint8_t, std::int16_t, std::int32_t,
 // One value a column, in the order of TableDef::columns.
 using Row = std::vector<Value>;
 
-inline bool isNull(const Value& v) { return std::holds_alternative<Null>(v); }
+inline bool isNull(const Value& v) {
+    return std::holds_alternative<Null>(v);
+}
 
 // A readable form for dumps and test failures: Null, true, 12, "text" with escapes, hex for bytes.
 std::string toDebugString(const Value& v);
