@@ -46,6 +46,7 @@ void Connection::Open(const QString& connectionString, const QString& user, cons
         auto session = std::make_shared<Session>();
         session->database = jet::Database::open(
             source.path, {.password = source.databasePassword.value_or(""), .readOnly = source.readOnly});
+        session->database->checkStructure();
         m_session = std::move(session);
     });
 }

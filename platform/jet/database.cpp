@@ -128,6 +128,24 @@ void DatabaseImpl::readCatalog() {
     m_catalogRead = true;
 }
 
+void DatabaseImpl::checkStructure() {
+    readCatalog();
+    for (const Object& object : m_objects) {
+        if (object.entry.type != CatalogEntry::TableType)
+            continue;
+        const TableDef& def = openTable(object.entry).def();
+        std::vector<RowId> maps = {def.ownedMap, def.freeSpaceMap};
+        for (const RealIndex& index : def.realIndexes) {
+            maps.push_back(index.map);
+            (void)m_pager->read(index.root);
+        }
+        for (const LongValueMaps& columnMaps : def.longValues)
+            maps.push_back(columnMaps.owned);
+        for (const RowId map : maps)
+            (void)UsageMap(*m_pager, map).pages();  // throws for a page outside the file
+    }
+}
+
 std::vector<CatalogEntry> DatabaseImpl::catalog() {
     readCatalog();
     std::vector<CatalogEntry> entries;

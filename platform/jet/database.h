@@ -87,6 +87,10 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] virtual const std::string& path() const = 0;
     [[nodiscard]] virtual bool readOnly() const = 0;
 
+    // Reads the catalog and the definition and page maps of every table in it. Throws Corrupt for a file that is cut
+    // off or otherwise too damaged to work with; verify() is the thorough check.
+    virtual void checkStructure() = 0;
+
     [[nodiscard]] virtual std::vector<CatalogEntry> catalog() = 0;
     // Names ignore case. System tables can be read by name too.
     [[nodiscard]] virtual bool hasTable(std::string_view name) = 0;

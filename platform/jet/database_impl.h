@@ -29,6 +29,7 @@ class DatabaseImpl final : public Database {
     [[nodiscard]] bool askedReadOnly() const { return m_askedReadOnly; }
     [[nodiscard]] bool passwordFits(const std::string& password) const;
 
+    void checkStructure() override;
     [[nodiscard]] std::vector<CatalogEntry> catalog() override;
     [[nodiscard]] bool hasTable(std::string_view name) override;
     Table& table(std::string_view name) override;
