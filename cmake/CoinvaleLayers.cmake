@@ -4,8 +4,9 @@
 #   A static library `name`. DEPENDS links other layers and records the edge, so that the test `layers` can compare
 #   every #include with the edges allowed. LIBRARIES are targets from outside.
 #
-# add_unit_test(layer names... [LIBRARIES targets...])
+# add_unit_test(layer names... [FOLDER folder] [LIBRARIES targets...])
 #   For each name, tests/<layer>/tst_<name>.cpp becomes the test tst_<layer>_<name>, linked with its layer alone.
+#   FOLDER names another folder than the layer's, for the subjects of the application: tests/ledger, tst_ledger_...
 
 add_library(coinvale_options INTERFACE)
 target_compile_features(coinvale_options INTERFACE cxx_std_20)
@@ -38,15 +39,18 @@ function(add_layer name)
 endfunction()
 
 function(add_unit_test layer)
-  cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "" "FOLDER" "LIBRARIES" ${ARGN})
+  if(NOT ARG_FOLDER)
+    set(ARG_FOLDER ${layer})
+  endif()
   foreach(name IN LISTS ARG_UNPARSED_ARGUMENTS)
-    set(target tst_${layer}_${name})
-    add_executable(${target} "${PROJECT_SOURCE_DIR}/tests/${layer}/tst_${name}.cpp")
+    set(target tst_${ARG_FOLDER}_${name})
+    add_executable(${target} "${PROJECT_SOURCE_DIR}/tests/${ARG_FOLDER}/tst_${name}.cpp")
     target_link_libraries(${target} PRIVATE ${layer} Qt6::Test ${ARG_LIBRARIES} coinvale_options)
     target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
     add_test(NAME ${target} COMMAND ${target})
     # Results must not depend on the machine: language, time zone and window system are pinned.
-    set_tests_properties(${target} PROPERTIES LABELS ${layer} TIMEOUT 300
+    set_tests_properties(${target} PROPERTIES LABELS ${ARG_FOLDER} TIMEOUT 300
       ENVIRONMENT "LC_ALL=C.UTF-8;TZ=UTC;QT_QPA_PLATFORM=offscreen;QT_STYLE_OVERRIDE=Fusion")
   endforeach()
 endfunction()
