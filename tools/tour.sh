@@ -1,0 +1,143 @@
+#!/bin/sh
+# Walks through a first budget on a virtual display, with real keys and clicks, and leaves the budget file and a picture
+# of every window behind.
+#   tour.sh PROGRAM FOLDER [WIDTHxHEIGHT]
+set -eu
+program=$(realpath "$1")
+mkdir -p "$2"
+folder=$(realpath "$2")
+size="${3:-1280x800}"
+rm -f "$folder"/*.png "$folder"/*.mdb "$folder"/*.mdb-log
+
+number=90
+while [ -e "/tmp/.X11-unix/X$number" ] || [ -e "/tmp/.X$number-lock" ]; do
+    number=$((number + 1))
+done
+export DISPLAY=":$number" QT_QPA_PLATFORM=xcb LC_ALL=C.UTF-8
+unset WAYLAND_DISPLAY
+Xvfb "$DISPLAY" -screen 0 "${size}x24" -nolisten tcp >/dev/null 2>&1 &
+server=$!
+application=""
+cleanup() {
+    [ -z "$application" ] || kill "$application" 2>/dev/null || true
+    kill "$server" 2>/dev/null || true
+}
+trap cleanup EXIT INT TERM
+for _ in 1 2 3 4 5 6 7 8 9 10; do
+    [ -e "/tmp/.X11-unix/X$number" ] && break
+    sleep 0.5
+done
+openbox >/dev/null 2>&1 &
+for _ in 1 2 3 4 5 6 7 8 9 10; do
+    xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id" && break
+    sleep 0.5
+done
+
+fail() {
+    echo "The walk stopped: $1" >&2
+    import -window root "$folder/stopped.png" 2>/dev/null || true
+    exit 1
+}
+# A window whose title matches, within ten seconds.
+window() {
+    for _ in $(seq 1 50); do
+        if xdotool search --onlyvisible --name "$1" >/dev/null 2>&1; then
+            sleep 0.4
+            return 0
+        fi
+        sleep 0.2
+    done
+    fail "no window \"$1\""
+}
+gone() {
+    for _ in $(seq 1 50); do
+        xdotool search --onlyvisible --name "$1" >/dev/null 2>&1 || { sleep 0.3; return 0; }
+        sleep 0.2
+    done
+    fail "the window \"$1\" stays"
+}
+key() { xdotool key --delay 60 "$@"; sleep 0.3; }
+text() { xdotool type --delay 15 -- "$1"; sleep 0.2; }
+picture() { import -window root "$folder/$1.png"; }
+start() {
+    "$program" &
+    application=$!
+    window "^Coinvale"
+    xdotool search --onlyvisible --name "^Coinvale" windowactivate --sync
+}
+quit() {
+    key alt+f
+    key x
+    wait "$application" || fail "the program ended with an error"
+    application=""
+}
+envelope() {
+    key alt+e
+    key a
+    window "^Add Envelope"
+    text "$1"
+    key Tab
+    text "$2"
+}
+
+start
+picture 01-start
+key alt+f
+picture 02-file-menu
+key n
+window "^New Coinvale Database"
+text "$folder/Home.mdb"
+picture 03-new
+key Return
+gone "^New Coinvale Database"
+quit
+
+start
+key alt+f
+key o
+window "^Open"
+text "$folder/Home.mdb"
+key Return
+window "^Coinvale - Home.mdb"
+picture 04-empty-budget
+envelope "Rent" "850"
+picture 05-add-envelope
+key Return
+gone "^Add Envelope"
+for pair in "Groceries 300" "Savings 1200.75" "Car 95.5"; do
+    envelope "${pair% *}" "${pair#* }"
+    key Return
+    gone "^Add Envelope"
+done
+picture 06-envelopes
+
+envelope "rent" ""
+key Return
+window "^Error naming Envelope"
+picture 07-refusal
+key Return
+gone "^Error naming Envelope"
+key Escape
+gone "^Add Envelope"
+
+# The tree has the focus; F2 edits the label of the selected envelope.
+key F2
+key ctrl+a
+text "Car & Bicycle"
+key Return
+picture 08-renamed
+key Delete
+window "^Confirm Envelope Delete"
+picture 09-delete-question
+key Tab
+key Return
+gone "^Confirm Envelope Delete"
+
+key alt+t
+key d
+window "^Compact Database"
+picture 10-compacted
+key Return
+gone "^Compact Database"
+quit
+echo "The budget and the pictures are in $folder"
