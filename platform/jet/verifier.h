@@ -20,6 +20,9 @@
 
 namespace jet::verifying {
 
+constexpr std::uint16_t kGeneral = 0x0409;  // the sort order whose keys we can compute
+constexpr std::uint16_t kCodePage = 1252;
+
 // "12:3" for row 3 of page 12.
 std::string place(RowId id);
 
@@ -165,6 +168,8 @@ class Verifier {
     std::vector<std::string>* m_remarks;
     std::vector<std::string> m_problems;
 
+    std::uint16_t m_language = kGeneral;  // of the file
+    std::uint16_t m_codePage = kCodePage;
     std::vector<std::string> m_owners;     // names; 0 = nobody
     std::vector<std::uint32_t> m_ownerOf;  // by page
     std::vector<bool> m_free;              // by page

@@ -124,9 +124,11 @@ void Verifier::checkHeader() {
     const ByteView password = slice(h, kPasswordAt, kPasswordLength);
     if (!allZero(ByteView(std::find(password.begin(), password.end(), 0), password.end())))
         problem("header: bytes after the end of the password are not zero");
-    if (m_pager.header().language == 0x0409 && m_pager.header().codePage != 1252)
-        problem("header: code page " + std::to_string(m_pager.header().codePage) + " with the General sort order");
-    if (m_pager.header().language != 0x0409 || m_pager.header().codePage != 1252)
+    m_language = getU16(h, 0x3A);
+    m_codePage = getU16(h, 0x3C);
+    if (m_language == kGeneral && m_codePage != kCodePage)
+        problem("header: code page " + std::to_string(m_codePage) + " with the General sort order");
+    if (m_language != kGeneral)
         remark("the file has another sort order than General: keys of texts are checked for place and order alone");
 }
 

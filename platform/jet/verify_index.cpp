@@ -45,7 +45,7 @@ int compareBytes(ByteView a, ByteView b) {
 }
 
 bool isGeneral(const ColumnDef& column) {
-    return column.type != ColumnType::Text || (column.language == 0x0409 && column.codePage == 1252);
+    return column.type != ColumnType::Text || (column.language == kGeneral && column.codePage == kCodePage);
 }
 
 // Many byte strings behind each other.
@@ -495,8 +495,8 @@ void Verifier::checkReferences(const Relation& relation) {
         std::vector<ColumnDef> columns;
         for (const std::size_t position : positions) {
             columns.push_back(table.def.columns[position]);
-            columns.back().language = 0x0409;
-            columns.back().codePage = 1252;
+            columns.back().language = kGeneral;
+            columns.back().codePage = kCodePage;
         }
         std::vector<const LiveRow*> rows;
         for (const LiveRow& live : table.rows) {

@@ -277,9 +277,7 @@ void Verifier::checkColumns(CheckedTable& table) {
     std::size_t autoNumbers = 0;
     for (const ColumnDef& column : def.columns) {
         const std::string where = what + ", column " + column.name;
-        const Header& header = m_pager.header();
-        if (column.language != header.language ||
-            (header.language == 0x0409 && header.codePage == 1252 && column.codePage != 1252))
+        if (column.language != m_language || (m_language == kGeneral && column.codePage != kCodePage))
             problem(where + ": another sort order than that of the file");
         const std::size_t size = column.type == ColumnType::Boolean ? 1 : sizeOf(column);
         if (size != 0 ? column.length != size : column.isLongValue() && column.length != 0)
