@@ -60,6 +60,11 @@ void DatePicker::keyPressEvent(QKeyEvent* event) {
     event->accept();
 }
 
+// QDateEdit would go from month to day to year first, three stops in one field.
+bool DatePicker::focusNextPrevChild(bool next) {
+    return QWidget::focusNextPrevChild(next);
+}
+
 // Scrolling over a form must not change a date in passing.
 void DatePicker::wheelEvent(QWheelEvent* event) {
     if (hasFocus())

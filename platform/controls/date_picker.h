@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // DatePicker: a date typed as mm/dd/yyyy or taken from a calendar (F4 or Alt+Down).
 //
-// Always in US order, whatever the machine's locale; from 1/1/1601 to 12/31/9999; never empty. QDateEdit's date(),
-// setDate() and dateChanged() work as they do there.
+// The arrow keys go between month, day and year; Tab leaves the box. Always in US order, whatever the machine's locale;
+// from 1/1/1601 to 12/31/9999; never empty. QDateEdit's date(), setDate() and dateChanged() work as they do there.
 #pragma once
 
 #include "vbrt/date.h"
@@ -23,6 +23,7 @@ class DatePicker : public QDateEdit {
 
  protected:
     void keyPressEvent(QKeyEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
     void wheelEvent(QWheelEvent* event) override;
 };
 
