@@ -144,6 +144,7 @@ class Compactor {
     std::vector<Object> m_objects;                     // in the order in which the copy has them
     std::vector<std::unique_ptr<TableCopy>> m_tables;  // likewise
     std::map<std::int32_t, std::int32_t> m_newIds;
+    std::size_t m_longValueBytes = 0;  // copied so far
 
     // ---- pages ----
 
@@ -443,8 +444,13 @@ class Compactor {
     void copyLongValues(const TableCopy& table, Fields& fields) {
         for (const LongValueMaps& maps : table.def.longValues) {
             const std::size_t at = *table.def.columnByNumber(maps.column);
-            if (fields[at] && !LongValueStore::isInline(*fields[at]))
-                fields[at] = LongValueStore(m_pager, m_space, maps).write(table.from.longValues(at).read(*fields[at]));
+            if (!fields[at] || LongValueStore::isInline(*fields[at]))
+                continue;
+            // Each stored byte serves one value, else a small file could make an endless copy.
+            m_longValueBytes += LongValueStore::length(*fields[at]);
+            if (m_longValueBytes > std::size_t{m_source.pager().pageCount()} * kPageSize)
+                corrupt(table.from.def().page, "long values that are larger than their file");
+            fields[at] = LongValueStore(m_pager, m_space, maps).write(table.from.longValues(at).read(*fields[at]));
         }
     }
 

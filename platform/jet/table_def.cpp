@@ -29,6 +29,7 @@ constexpr std::size_t kStatisticsAt = 0x2B;
 constexpr std::size_t kColumnsPerIndex = 10;
 constexpr std::uint16_t kNone = 0xFFFF;
 constexpr std::size_t kMaxColumns = 255;  // a row counts its columns in a byte
+constexpr std::size_t kMaxIndexes = 255;  // eight times what the original engine allows
 
 // Takes fields one after the other; the getters of bytes.h refuse to read past the end.
 class Reader {
@@ -269,6 +270,8 @@ TableDef TableDef::load(Pager& pager, PageNo page) {
     const std::size_t columns = getU16(bytes, kColumnsAt);
     const std::size_t logicalIndexes = getU32(bytes, kLogicalIndexesAt);
     const std::size_t realIndexes = getU32(bytes, kRealIndexesAt);
+    if (logicalIndexes > kMaxIndexes || realIndexes > kMaxIndexes)
+        corrupt(page, "a table with more indexes than it can have");
     def.ownedMap = fromPointer(getU32(bytes, kOwnedMapAt));
     def.freeSpaceMap = fromPointer(getU32(bytes, kFreeSpaceMapAt));
 

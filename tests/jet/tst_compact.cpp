@@ -186,10 +186,12 @@ class tst_compact : public QObject {
     void spaceIsGone();
     void counterIsKept();
     void passwords();
+    void encryptedPages();
     void sameBytesAgain();
     void droppedAndAddedColumns();
     void mendsBookkeeping();
     void refused();
+    void sharedLongValue();
     void failingDisk();
     void damagedFiles();
 };
@@ -309,6 +311,27 @@ void tst_compact::passwords() {
              error(Errc::TooLong, "", "password"));
 }
 
+void tst_compact::encryptedPages() {
+    MadeDatabase made(description());
+    fill(made, 20);
+    const QString before = made.show("children");
+    made.db.reset();
+    Bytes bytes = made.disk.content(kPath);
+    Header header = Header::parse(ByteView(bytes).first(kPageSize));
+    header.encryptionKey = 0x12345678;
+    Page page0;
+    header.writeTo(page0);
+    std::ranges::copy(page0.bytes, bytes.begin());
+    for (PageNo page = 1; page < bytes.size() / kPageSize; ++page)
+        cryptPage(std::span(bytes).subspan(page * kPageSize, kPageSize), header.encryptionKey, page);
+    made.disk.setContent(kPath, bytes);
+    compact(made);
+    const Copy copy(made);
+    QCOMPARE(copy.db->pager().header().encryptionKey, 0x12345678U);
+    QVERIFY(made.disk.content(kCopy)[2 * kPageSize] != copy.db->pager().read(2)->bytes[0]);
+    QCOMPARE(copy.show("children"), before);
+}
+
 void tst_compact::sameBytesAgain() {
     MadeDatabase made(description());
     fill(made, 100);
@@ -378,6 +401,45 @@ void tst_compact::refused() {
     QCOMPARE(thrown([&] { compactDatabase("none.mdb", "to.mdb", options); }),
              error(Errc::FileNotFound, "", "none.mdb"));
     QVERIFY(!made.disk.exists("to.mdb"));
+
+    // Keys of another sort order cannot be made.
+    made.disk.remove(kCopy);
+    fill(made, 3);
+    made.change([&] {
+        TableDef def = made["parents"].def();
+        def.columns[0].language = 0x041F;
+        def.store(made.db->pager());
+    });
+    made.reopen();
+    QVERIFY(thrown([&] { compact(made); }).startsWith(QString::number(static_cast<int>(Errc::UnsupportedSortOrder))));
+    QVERIFY(!made.disk.exists(kCopy));
+}
+
+// Rows that all name one large value would make a copy far larger than the file.
+void tst_compact::sharedLongValue() {
+    MadeDatabase made(description());
+    fill(made, 100);
+    made.change([&] {
+        RowStore children = storeOf(*made.db, "children");
+        std::optional<Bytes> shared = Bytes(40000, 1);
+        children.writeLongValue(2, shared);
+        for (const PageNo page : children.pages()) {
+            for (std::size_t slot = 0; slot < DataPageView(made.db->pager().read(page)->view(), page).slotCount();
+                 ++slot) {
+                const RowId id{page, static_cast<std::uint8_t>(slot)};
+                const RowStore::Found found = children.find(id);
+                Fields fields;
+                copyFields(children.def(), RowView(children.def(), found.bytes, page), fields);
+                if (fields[2] && fields[2]->size() == shared->size()) {
+                    fields[2] = shared;
+                    children.rewrite(id, fields);
+                }
+            }
+        }
+    });
+    made.reopen();
+    QVERIFY(thrown([&] { compact(made); }).startsWith(QString::number(static_cast<int>(Errc::Corrupt))));
+    QVERIFY(!made.disk.exists(kCopy));
 }
 
 // Whatever operation fails, the source is as it was and no half copy is left.

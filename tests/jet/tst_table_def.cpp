@@ -179,8 +179,10 @@ void tst_table_def::refused_data() {
     QTest::newRow("fewer column numbers than columns") << 0x15 << 0x00010001U;
     QTest::newRow("more columns than a row can have") << 0x15 << 0x00010100U;
     QTest::newRow("more columns than bytes") << 0x19 << 0x0003FFFFU;
-    QTest::newRow("more logical indexes than bytes") << 0x1B << 0xFFFFFFFFU;
-    QTest::newRow("more real indexes than bytes") << 0x1F << 0x40000000U;
+    QTest::newRow("more logical indexes than bytes") << 0x1B << 50U;
+    QTest::newRow("more logical indexes than a table can have") << 0x1B << 0xFFFFFFFFU;
+    QTest::newRow("more real indexes than bytes") << 0x1F << 50U;
+    QTest::newRow("more real indexes than a table can have") << 0x1F << 0x40000000U;
     QTest::newRow("unknown type of column") << 0x3B << 0x0000000DU;
     QTest::newRow("two columns of one number") << 0x3C << 0x00000001U;
     QTest::newRow("a memo without its maps") << 0x4D << 0x0000010CU;
