@@ -30,7 +30,11 @@ class FaultDisk::FaultFile : public File {
     }
 
     void flush() override {
-        m_disk.step(m_path);
+        if (m_disk.next(m_path)) {
+            if (m_disk.m_plan.onFailedFlush)
+                m_disk.m_plan.onFailedFlush(m_path);
+            throw Error(m_disk.m_plan.error, m_path);
+        }
         m_under->flush();
     }
 

@@ -5,6 +5,8 @@
 // remove and flushFolder, on all its files together. Both disks must outlive the Files.
 #pragma once
 
+#include <functional>
+
 #include "jet/error.h"
 #include "jet/file.h"
 
@@ -18,6 +20,7 @@ class FaultDisk : public Disk {
         bool halfWrite = false;    // a failing write leaves its first half
         Errc error = Errc::Io;
         std::string only = {};  // the path whose operations count; empty = all
+        std::function<void(const std::string& path)> onFailedFlush = {};
     };
 
     explicit FaultDisk(Disk& under) : m_under(under) {}

@@ -178,6 +178,10 @@ void MemoryDisk::setWriteProtected(const std::string& path, bool on) {
     m_names.at(path)->writeProtected = on;
 }
 
+void MemoryDisk::loseUnflushed(const std::string& path) {
+    m_names.at(path)->changes.clear();
+}
+
 std::vector<std::string> MemoryDisk::names() const {
     std::vector<std::string> result;
     for (const auto& [name, node] : m_names)

@@ -33,6 +33,9 @@ class MemoryDisk : public Disk {
     void setContent(const std::string& path, Bytes bytes);
     // A write-protected file opens for reading only, as one does whose permissions forbid writing.
     void setWriteProtected(const std::string& path, bool on);
+    // What a failed flush may leave behind: the writes since the last good one stay visible, but no later flush makes
+    // them durable.
+    void loseUnflushed(const std::string& path);
     [[nodiscard]] std::vector<std::string> names() const;
 
     // The disk after a crash now: all that was flushed, and of the rest what `survives` returns true for. It is asked
