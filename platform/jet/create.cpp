@@ -137,19 +137,16 @@ std::size_t addRealIndex(TableDef& def, std::vector<IndexColumn> columns, std::u
 
 // Definitions list what they list by name, not in order of creation.
 void sortByName(TableDef& def) {
-    std::sort(def.logicalIndexes.begin(), def.logicalIndexes.end(),
-              [](const LogicalIndex& a, const LogicalIndex& b) { return compareText(a.name, b.name) < 0; });
+    std::stable_sort(def.logicalIndexes.begin(), def.logicalIndexes.end(),
+                     [](const LogicalIndex& a, const LogicalIndex& b) { return compareText(a.name, b.name) < 0; });
     const auto nameOf = [&](const LongValueMaps& m) { return def.columns[*def.columnByNumber(m.column)].name; };
     std::sort(def.longValues.begin(), def.longValues.end(),
               [&](const LongValueMaps& a, const LongValueMaps& b) { return compareText(nameOf(a), nameOf(b)) < 0; });
 }
 
-// ".r" and a letter for the number of the entry; letters go on as AA, AB, ... behind Z.
+// ".r" and the character that comes so many places after A.
 std::string referencedSideName(std::uint32_t number) {
-    std::string letters;
-    for (std::uint32_t n = number + 1; n > 0; n = (n - 1) / 26)
-        letters.insert(letters.begin(), static_cast<char>('A' + (n - 1) % 26));
-    return ".r" + letters;
+    return ".r" + fromCodePage(Bytes{static_cast<std::uint8_t>('A' + number)});
 }
 
 // The flags of a query in the catalog say its kind once more, in their own code.
@@ -171,14 +168,15 @@ std::int32_t asSigned(std::uint32_t v) {
 
 class Builder {
  public:
-    Builder(Pager& pager, const DatabaseSpec& spec) : m_pager(pager), m_space(pager), m_spec(spec) {}
+    Builder(Pager& pager, const DatabaseSpec& spec)
+        : m_pager(pager), m_space(pager), m_spec(spec), m_relationships(spec.relationships) {}
 
     void build() {
         reservePages();
         storeSystemTables();
         for (const TableSpec& table : m_spec.tables)
             m_tables.push_back(define(table));
-        for (const Relationship& relationship : m_spec.relationships)
+        for (Relationship& relationship : m_relationships)
             if (relationship.enforced())
                 link(relationship);
         for (TableDef& def : m_tables)
@@ -193,7 +191,8 @@ class Builder {
     Pager& m_pager;
     PageSpace m_space;
     const DatabaseSpec& m_spec;
-    std::vector<TableDef> m_tables;  // as in the description
+    std::vector<Relationship> m_relationships;  // their columns in the order of the referenced index
+    std::vector<TableDef> m_tables;             // as in the description
 
     DataPageEditor editor(PageNo page) { return {m_pager.edit(page), page}; }
 
@@ -373,8 +372,8 @@ class Builder {
         throw Error(Errc::NoSuchTable, {}, name);
     }
 
-    // The real index on exactly these columns; order matters only for the referencing side. Primary and unique ones
-    // first for the referenced side, plain ones first for the other.
+    // The real index on exactly these columns: for the referenced side a unique one, the primary key if it can be,
+    // whose columns may come in another order; for the other side a plain one if it can be.
     static std::optional<std::size_t> findIndex(const TableDef& def, const std::vector<std::uint16_t>& columns,
                                                 bool referenced) {
         std::optional<std::size_t> best;
@@ -400,22 +399,31 @@ class Builder {
 
     // Gives both tables of an enforced relationship the entries that lead to each other. Partner tables are noted by
     // their place in the description until they have pages.
-    void link(const Relationship& relationship) {
+    void link(Relationship& relationship) {
         const std::size_t childTable = tableIndex(relationship.table);
         const std::size_t parentTable = tableIndex(relationship.referencedTable);
         TableDef& child = m_tables[childTable];
         TableDef& parent = m_tables[parentTable];
-        std::vector<std::uint16_t> childColumns;
-        std::vector<std::uint16_t> parentColumns;
-        for (const auto& [referencing, referenced] : relationship.columns) {
-            childColumns.push_back(child.columns[columnIndex(child, referencing, relationship.table)].number);
-            parentColumns.push_back(
-                parent.columns[columnIndex(parent, referenced, relationship.referencedTable)].number);
-        }
-        const auto parentReal = findIndex(parent, parentColumns, true);
+        const auto numbers = [](const TableDef& def, const std::string& table, const auto& names, auto side) {
+            std::vector<std::uint16_t> columns;
+            for (const auto& pair : names)
+                columns.push_back(def.columns[columnIndex(def, pair.*side, table)].number);
+            return columns;
+        };
+        using Names = std::pair<std::string, std::string>;
+        const auto parentReal = findIndex(
+            parent, numbers(parent, relationship.referencedTable, relationship.columns, &Names::second), true);
         if (!parentReal)
             throw Error(Errc::UnsupportedFeature,
                         "relationship " + relationship.name + " without a unique index on the referenced columns");
+        std::vector<Names> ordered;
+        for (const IndexColumn& c : parent.realIndexes[*parentReal].columns)
+            ordered.push_back(*std::find_if(relationship.columns.begin(), relationship.columns.end(), [&](auto& pair) {
+                return parent.columns[*parent.columnByName(pair.second)].number == c.column;
+            }));
+        relationship.columns = std::move(ordered);
+
+        const auto childColumns = numbers(child, relationship.table, relationship.columns, &Names::first);
         auto childReal = findIndex(child, childColumns, false);
         if (!childReal) {
             std::vector<IndexColumn> columns;
@@ -586,7 +594,7 @@ class Builder {
         for (const QuerySpec& query : m_spec.queries)
             made.push_back({asSigned(nextId++), kTablesId, query.name, Entry::QueryType, queryFlags(query), kAdmin,
                             propertiesOf(query)});
-        for (const Relationship& relationship : m_spec.relationships)
+        for (const Relationship& relationship : m_relationships)
             made.push_back({asSigned(nextId++), kRelationshipsId, relationship.name, Entry::RelationType, 0, kAdmin,
                             std::nullopt});
 
@@ -611,7 +619,7 @@ class Builder {
         }
 
         RowStore relationships(m_pager, m_space, kRelationships, "MSysRelationships");
-        for (const Relationship& relationship : m_spec.relationships)
+        for (const Relationship& relationship : m_relationships)
             addRelationshipRows(relationships, relationship);
     }
 

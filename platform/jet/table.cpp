@@ -271,11 +271,14 @@ void TableImpl::checkRules(std::size_t position, const Value& value) const {
         throw Error(Errc::ZeroLength, column.name, name());
 }
 
-// What users call the index: its primary key's name rather than another.
+// What users call the index: the primary key or an index of their own rather than the name of a relationship.
 std::string TableImpl::indexName(std::size_t realIndex) const {
     const LogicalIndex* found = nullptr;
+    const auto rank = [](const LogicalIndex& index) {
+        return index.kind == LogicalIndex::Kind::Primary ? 2 : index.kind == LogicalIndex::Kind::Plain ? 1 : 0;
+    };
     for (const LogicalIndex& index : def().logicalIndexes)
-        if (index.real == realIndex && (found == nullptr || index.kind == LogicalIndex::Kind::Primary))
+        if (index.real == realIndex && (found == nullptr || rank(index) > rank(*found)))
             found = &index;
     return found != nullptr ? found->name : std::string();
 }
