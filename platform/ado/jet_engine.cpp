@@ -17,18 +17,12 @@ void JetEngine::CompactDatabase(const QString& source, const QString& destinatio
         const DataSource to(ConnectionString(destination), {}, {}, {});
         if (to.engineType != u"4")
             raise(kBadConnectionValue);
-        jet::Disk& disk = jet::realDisk();
-        if (disk.exists(to.path))
+        if (jet::realDisk().exists(to.path))
             raise(kDatabaseExists);
         if (isDatabaseOpen(fromUtf8(from.path)))
             throw jet::Error(jet::Errc::Busy, from.path);
-        try {
-            jet::compactDatabase(from.path, to.path,
-                                 {.password = from.databasePassword.value_or(""), .newPassword = to.databasePassword});
-        } catch (...) {
-            disk.remove(to.path);
-            throw;
-        }
+        jet::compactDatabase(from.path, to.path,
+                             {.password = from.databasePassword.value_or(""), .newPassword = to.databasePassword});
     });
 }
 

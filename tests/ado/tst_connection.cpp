@@ -156,6 +156,9 @@ class tst_connection : public QObject {
         ado::Connection second;
         first.Open(fixture::connectionString(m_path));
         second.Open(fixture::connectionString(m_path));
+        ado::Connection stranger;
+        QCOMPARE(errorOf([&] { stranger.Open(fixture::connectionString(m_path, "guess")); }),
+                 "-2147217843 Not a valid password.");
         QCOMPARE(rowsOf(second, "select count(*) from parents"), "0");
         first.Execute("insert into parents (name) values ('Rent')");
         QCOMPARE(rowsOf(second, "select name from parents"), "Rent");
