@@ -180,6 +180,7 @@ class Binder {
     std::vector<Expr> arguments(const ast::Expr& e, const Context& context);
 
     // the parts of a SELECT
+    void checkDistinctRow() const;
     void outputs(const ast::Select& s);
     void addStar(const ast::OutputItem& item);
     void addOutput(Output output);
@@ -563,11 +564,24 @@ Query Binder::select(const ast::Select& s) {
     m_query.grouped = !m_query.keys.empty() || !m_query.aggregates.empty() || s.having;
     if (m_query.grouped)
         groupOutputs(s);
-    if (s.distinctRow && !m_query.grouped && m_query.sources.size() > 1)
-        unsupported("DISTINCTROW of several tables", 0);
+    if (s.distinctRow && !m_query.grouped)
+        checkDistinctRow();
     if (s.top)
         m_query.top = *s.top;
     return std::move(m_query);
+}
+
+// DISTINCTROW leaves out what differs only in rows of tables that are not shown. With all tables shown it does nothing.
+void Binder::checkDistinctRow() const {
+    std::vector<bool> shown(m_query.sources.size());
+    for (const Expr& e : m_query.outputs) {
+        visit(e, [&](const Expr& part) {
+            if (part.kind == Expr::Kind::Column)
+                shown[part.source] = true;
+        });
+    }
+    if (std::find(shown.begin(), shown.end(), false) != shown.end())
+        unsupported("DISTINCTROW of tables that are not shown", 0);
 }
 
 void Binder::outputs(const ast::Select& s) {

@@ -202,6 +202,7 @@ using Nulls = Function::Nulls;
 constexpr Function kFunctions[] = {
     {"abs", 1, 1, {}, Nulls::GiveNull, absolute},
     {"cbool", 1, 1, ColumnType::Boolean, Nulls::Refused, convertTo<ColumnType::Boolean>},
+    {"ccur", 1, 1, ColumnType::Currency, Nulls::Refused, convertTo<ColumnType::Currency>},
     {"cdate", 1, 1, ColumnType::DateTime, Nulls::Refused, convertTo<ColumnType::DateTime>},
     {"cdbl", 1, 1, ColumnType::Double, Nulls::Refused, convertTo<ColumnType::Double>},
     {"cint", 1, 1, ColumnType::Integer, Nulls::Refused, convertTo<ColumnType::Integer>},

@@ -82,14 +82,16 @@ Value inRange(double d) {
 }
 
 std::string textOf(jet::Currency c) {
-    const std::uint64_t size =
-        c.units < 0 ? 0 - static_cast<std::uint64_t>(c.units) : static_cast<std::uint64_t>(c.units);
-    std::string text = (c.units < 0 ? "-" : "") + std::to_string(size / kCurrencyUnit);
+    const auto bits = static_cast<std::uint64_t>(c.units);
+    const std::uint64_t size = c.units < 0 ? 0 - bits : bits;
+    std::string text = c.units < 0 ? "-" : "";
+    text += std::to_string(size / kCurrencyUnit);
     if (size % kCurrencyUnit == 0)
         return text;
-    std::string fraction = std::to_string(kCurrencyUnit + size % kCurrencyUnit).substr(1);
+    std::string fraction = std::to_string(kCurrencyUnit + size % kCurrencyUnit);
+    fraction.front() = '.';
     fraction.erase(fraction.find_last_not_of('0') + 1);
-    return text + "." + fraction;
+    return text + fraction;
 }
 
 Value multiply(const Value& a, const Value& b) {
@@ -375,7 +377,7 @@ Value negated(const Value& v) {
         return v;
     if (isExact(v))
         return addOrSubtract(true, Value(std::int32_t{0}), v);
-    return -toDouble(v);
+    return 0 - toDouble(v);  // never -0
 }
 
 void requireComparable(MaybeType a, MaybeType b) {

@@ -47,7 +47,8 @@ struct Outcome {
 // Throws jetsql::Error, jet::Error or vbrt::Error; a failed statement has changed nothing.
 Outcome execute(const std::shared_ptr<jet::Database>& db, std::string_view sql);
 
-// The text of a stored query rebuilt from its rows, for instance for the command line.
+// The text of a stored query rebuilt from its rows, for instance for the command line. Throws UnsupportedSql for what
+// is neither a SELECT nor stored as text.
 std::string sqlOf(const jet::StoredQuery& query);
 
 }  // namespace jetsql

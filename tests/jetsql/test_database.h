@@ -81,21 +81,27 @@ inline jet::DatabaseSpec specification() {
     spec.queries.push_back(
         query("qry_top", {queryRow(1, 1, 1), queryRow(3, 1, 0x11, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
                           queryRow(8, 1, {}, {}, "s.budget>0"), queryRow(11, 1, {}, "D", "new_balance")}));
+    spec.queries.push_back(query(
+        "qry_joins",
+        {queryRow(3, 1, 2), queryRow(5, 1, {}, "odd name"), queryRow(5, 2, {}, "tree", {}, "b"),
+         queryRow(5, 3, {}, "tree", {}, "c"), queryRow(5, 4, {}, "defaults"), queryRow(6, 1, 0, "two words", "c.id"),
+         queryRow(7, 1, 1, "odd name", "[odd name].[two words]=b.id", "b"),
+         queryRow(7, 2, 2, "b", "b.id=c.parent", "c"), queryRow(7, 3, 2, "B", "b.parent=c.id", "C")}));
     spec.queries.push_back(query("qry_delete", {queryRow(1, 1, 5), queryRow(5, 1, {}, "tree")}));
     return spec;
 }
 
 class Database {
  public:
-    Database() {
-        jet::createDatabase(m_disk, kPath, specification());
+    explicit Database(const jet::DatabaseSpec& spec = specification()) : m_password(spec.password) {
+        jet::createDatabase(m_disk, kPath, spec);
         restart();
     }
 
     // Closes the file and opens it again.
     void restart() {
         m_db.reset();
-        m_db = jet::Database::open(kPath, {.password = specification().password, .readOnly = false, .disk = &m_disk});
+        m_db = jet::Database::open(kPath, {.password = m_password, .readOnly = false, .disk = &m_disk});
     }
 
     const std::shared_ptr<jet::Database>& operator*() const { return m_db; }
@@ -113,6 +119,7 @@ class Database {
 
  private:
     static constexpr const char* kPath = "test.mdb";
+    std::string m_password;
     jet::MemoryDisk m_disk;
     std::shared_ptr<jet::Database> m_db;
 };

@@ -6,10 +6,13 @@
 // types of the columns instead. "restart" closes the file and opens it again. Lines with "#" are remarks.
 #include <QDir>
 #include <QtTest>
+#include <algorithm>
+#include <cmath>
 #include <fstream>
-#include <sstream>
+#include <random>
 
 #include "jet/error.h"
+#include "jetsql/accumulator.h"
 #include "jetsql/test_database.h"
 #include "vbrt/date.h"
 
@@ -74,6 +77,10 @@ class tst_sql : public QObject {
  private slots:
     void files_data();
     void files();
+    void anyStatement();
+    void changesWhileReading();
+    void storedQueryText();
+    void sumsOfCents();
 };
 
 void tst_sql::files_data() {
@@ -112,7 +119,7 @@ void tst_sql::files() {
     while (std::getline(file, line)) {
         ++number;
         const bool typesWanted = line.starts_with("types> ");
-        if (line.empty() || line.starts_with("#")) {
+        if (line.empty() || line.starts_with("# ")) {
             check();
         } else if (line == "restart") {
             check();
@@ -130,6 +137,142 @@ void tst_sql::files() {
     check();
     QVERIFY(statement > 0);
     QCOMPARE(failures, 0);
+}
+
+// Whatever is asked, there is an answer or an error.
+void tst_sql::anyStatement() {
+    static constexpr const char* kParts[] = {"select",
+                                             "select *",
+                                             "from tbl_items",
+                                             "from tbl_envelopes e inner join tbl_items i on e.envelope = i.envelope",
+                                             "where",
+                                             "group by",
+                                             "order by",
+                                             "having",
+                                             "envelope",
+                                             "amount",
+                                             "id",
+                                             "e.envelope",
+                                             "item_date",
+                                             "sum(",
+                                             "count(*)",
+                                             "max(id)",
+                                             "iif(",
+                                             "(",
+                                             ")",
+                                             ",",
+                                             "= 'Rent'",
+                                             "= 3",
+                                             "> 0",
+                                             "between",
+                                             "and",
+                                             "or",
+                                             "not",
+                                             "is null",
+                                             "in (1, 2)",
+                                             "like 'R*'",
+                                             "+",
+                                             "-",
+                                             "/",
+                                             "&",
+                                             "as a",
+                                             "a",
+                                             "distinct",
+                                             "top 2",
+                                             "format(",
+                                             "left(",
+                                             "mid(",
+                                             "'abc'",
+                                             "2.5",
+                                             "#1/2/2026#",
+                                             "null",
+                                             "desc",
+                                             "from qry_stuffer",
+                                             "new_balance",
+                                             "reconciled",
+                                             "abs(",
+                                             "cdate(",
+                                             "instr("};
+    test::Database db;
+    db.execute("insert into tbl_envelopes values ('Rent', 5)");
+    for (int i = 0; i < 4; ++i)
+        db.execute("insert into tbl_items (envelope, amount, item_date) values ('Rent', 1.5, '1/2/2026')");
+    std::uint32_t random = 3;
+    int answered = 0;
+    for (int round = 0; round < 1'500; ++round) {
+        std::string sql = "select";
+        for (int i = 0; i < 10; ++i) {
+            random = random * 1664525 + 1013904223;
+            sql += std::string(" ") + kParts[(random >> 10U) % std::size(kParts)];
+            for (const char* start : {"", "update tbl_items set amount = "})
+                answered += !answer(db, start + sql.substr(*start ? 7 : 0), false).starts_with("error");
+        }
+    }
+    QVERIFY(answered > 100);
+}
+
+// The rows may be anything then, but reading them ends well.
+void tst_sql::changesWhileReading() {
+    for (const char* sql : {"select * from tbl_items", "select * from tbl_items where envelope = 'Rent'",
+                            "select * from tbl_envelopes, tbl_items", "select * from tbl_items order by id"}) {
+        for (const char* change : {"delete from tbl_items where id > 1", "delete from tbl_envelopes",
+                                   "insert into tbl_items (envelope, comment) select envelope, comment from tbl_items",
+                                   "update tbl_envelopes set envelope = 'A name that is longer than Rent'"}) {
+            test::Database db;
+            db.execute("insert into tbl_envelopes values ('Rent', 5)");
+            for (int i = 0; i < 60; ++i)
+                db.execute("insert into tbl_items (envelope, comment) values ('Rent', 'some text')");
+            const auto rows = db.execute(sql).rows;
+            jet::Row row;
+            QVERIFY(rows->next(row));
+            db.execute(change);
+            try {
+                for (int i = 0; i < 1'000 && rows->next(row); ++i) {
+                }
+            } catch (const jet::Error&) {
+            }
+        }
+    }
+}
+
+void tst_sql::storedQueryText() {
+    test::Database db;
+    const auto text = [&](const char* name) { return jetsql::sqlOf(*db->query(name)); };
+    QCOMPARE(
+        text("qry_stuffer"),
+        std::string("SELECT tbl_envelopes.envelope, tbl_envelopes.budget, Sum(tbl_items.amount) AS current_balance, "
+                    "[current_balance]+[budget] AS new_balance FROM tbl_envelopes INNER JOIN tbl_items ON "
+                    "tbl_envelopes.envelope = tbl_items.envelope GROUP BY tbl_envelopes.envelope, "
+                    "tbl_envelopes.budget ORDER BY tbl_envelopes.envelope;"));
+    QCOMPARE(text("qry_top"),
+             std::string("SELECT TOP 2 * FROM qry_stuffer AS s WHERE s.budget>0 ORDER BY new_balance DESC;"));
+    QCOMPARE(text("qry_joins"),
+             std::string("SELECT DISTINCT c.id AS [two words] FROM ([odd name] INNER JOIN tree AS b ON "
+                         "[odd name].[two words]=b.id) LEFT JOIN tree AS c ON (b.id=c.parent) AND "
+                         "(b.parent=c.id), defaults;"));
+}
+
+// Amounts in cents, all of them out again in another order, and a cent.
+void tst_sql::sumsOfCents() {
+    jetsql::DecimalSum sum;
+    std::vector<double> amounts;
+    std::mt19937 random(5);
+    for (int i = 0; i < 200'000; ++i)
+        amounts.push_back(static_cast<double>(random() % 100'000'000U) / 100);
+    double total = 0;
+    long long cents = 0;
+    for (const double amount : amounts) {
+        sum.add(amount);
+        cents += std::llround(amount * 100);
+    }
+    total = sum.result();
+    QCOMPARE(total, static_cast<double>(cents) / 100);
+    std::shuffle(amounts.begin(), amounts.end(), random);
+    for (const double amount : amounts)
+        sum.add(-amount);
+    QVERIFY(sum.result() == 0);
+    sum.add(0.01);
+    QVERIFY(sum.result() == 0.01);
 }
 
 QTEST_APPLESS_MAIN(tst_sql)
