@@ -120,15 +120,66 @@ gone "^Error naming Envelope"
 key Escape
 gone "^Add Envelope"
 
+# Items of the envelope that was added last: a payment, a deposit and a transfer, all by keyboard.
+item() { # number payee amount
+    key alt+i
+    key a
+    window "^Add Item"
+    key Tab
+    text "$1"
+    key Tab
+    text "$2"
+    key Tab
+    text "$3"
+}
+item "101" "Garage & Sons" "45.50"
+picture 10-add-item
+key Return
+gone "^Add Item"
+item "" "Refund" "20"
+key Tab
+key space
+key Return
+gone "^Add Item"
+item "" "To the savings" "30"
+key Tab Tab Tab
+text "Sav"
+picture 11-transfer
+key Return
+gone "^Add Item"
+picture 12-items
+key alt+i
+key r
+key alt+i
+key f
+window "^Find Item"
+text "garage"
+key Tab
+key P
+key Tab
+key A
+key Tab
+key U
+key alt+f
+picture 13-find
+key Escape
+gone "^Find Item"
+key alt+i
+key e
+window "^Edit Item"
+picture 14-edit-item
+key Escape
+gone "^Edit Item"
+
 # The tree has the focus; F2 edits the label of the selected envelope.
 key F2
 key ctrl+a
 text "Car & Bicycle"
 key Return
-picture 08-renamed
+picture 15-renamed
 key Delete
 window "^Confirm Envelope Delete"
-picture 09-delete-question
+picture 16-delete-question
 key Tab
 key Return
 gone "^Confirm Envelope Delete"
@@ -136,7 +187,7 @@ gone "^Confirm Envelope Delete"
 key alt+t
 key d
 window "^Compact Database"
-picture 10-compacted
+picture 17-compacted
 key Return
 gone "^Compact Database"
 quit
