@@ -18,7 +18,7 @@ QByteArray toHex(const Bytes& bytes) {
 
 ColumnDef column(ColumnType type) {
     ColumnDef def;
-    def.name = "c";
+    def.name = std::string("c");
     def.type = type;
     return def;
 }

@@ -76,7 +76,7 @@ struct Patient {
         }
     }
 
-    [[nodiscard]] TableDef def(const char* name) const { return defs.at(name); }
+    [[nodiscard]] const TableDef& def(const char* name) const { return defs.at(name); }
     [[nodiscard]] std::size_t real(const char* table, const char* index) const {
         for (const LogicalIndex& logical : defs.at(table).logicalIndexes) {
             if (logical.name == index)
