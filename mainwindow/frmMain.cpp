@@ -77,6 +77,8 @@ frmMain::frmMain() : dlgFile(this) {
     lvwItems->setFillColumn(5);
     lvwItems->setHeaderImages(Image("sort_ascending"), Image("sort_descending"));
     connect(lvwItems, &controls::ListView::columnClicked, this, &frmMain::lvwItems_ColumnClick);
+    connect(lvwItems, &controls::ListView::rowDoubleClicked, this, &frmMain::lvwItems_DblClick);
+    connect(lvwItems, &controls::ListView::keyDown, this, &frmMain::lvwItems_KeyDown);
     connect(lvwItems, &controls::ListView::rightMouseUp, this, &frmMain::lvwItems_MouseUp);
 
     lblPanel1 = new QLabel("Press F1 for help", stbMain);
@@ -122,6 +124,11 @@ void frmMain::ConnectMenus() {
     connect(mnuEnvelopeAdd, &QAction::triggered, this, &frmMain::mnuEnvelopeAdd_Click);
     connect(mnuEnvelopeDelete, &QAction::triggered, this, &frmMain::mnuEnvelopeDelete_Click);
     connect(mnuEnvelopeRename, &QAction::triggered, this, &frmMain::mnuEnvelopeRename_Click);
+    connect(mnuItemAdd, &QAction::triggered, this, &frmMain::mnuItemAdd_Click);
+    connect(mnuItemEdit, &QAction::triggered, this, &frmMain::mnuItemEdit_Click);
+    connect(mnuItemDelete, &QAction::triggered, this, &frmMain::mnuItemDelete_Click);
+    connect(mnuItemFind, &QAction::triggered, this, &frmMain::mnuItemFind_Click);
+    connect(mnuItemReconcile, &QAction::triggered, this, &frmMain::mnuItemReconcile_Click);
     connect(mnuViewToolbar, &QAction::triggered, this, &frmMain::mnuViewToolbar_Click);
     connect(mnuViewStatusBar, &QAction::triggered, this, &frmMain::mnuViewStatusBar_Click);
     connect(mnuToolsCalculator, &QAction::triggered, this, &frmMain::mnuToolsCalculator_Click);
@@ -132,7 +139,7 @@ void frmMain::tlbMain_ButtonClick(QAction* objButton) {
     static const QHash<QString, void (frmMain::*)()> hshHandlers = {
         {"New", &frmMain::mnuFileNew_Click},        {"Open", &frmMain::mnuFileOpen_Click},
         {"Save As", &frmMain::mnuFileSaveAs_Click}, {"Calculator", &frmMain::mnuToolsCalculator_Click},
-        {"Exit", &frmMain::mnuFileExit_Click},
+        {"Find", &frmMain::mnuItemFind_Click},      {"Exit", &frmMain::mnuFileExit_Click},
     };
     if (const auto fncHandler = hshHandlers.value(objButton->data().toString()))
         (this->*fncHandler)();

@@ -11,6 +11,7 @@
 #include <QMainWindow>
 
 #include "controls/common_dialog.h"
+#include "ledger/udtItem.h"
 #include "mainwindow/basAppState.h"
 #include "ui_frmMain.h"
 
@@ -29,6 +30,14 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     void LoadEnvelopes();
     // Adds a node for a new envelope, selects it and scrolls it into view.
     void AddEnvelopeNode(const QString& strName);
+    // The list of items, whose selected row the item dialog edits and the search moves.
+    [[nodiscard]] controls::ListView& ItemList() { return *lvwItems; }
+    // The text of the selected node, "Envelopes" for the root.
+    [[nodiscard]] QString SelectedNodeText() const { return tvwEnvelopes->nodeText(tvwEnvelopes->selectedNode()); }
+    // Adds a row for a new item, selects it and scrolls it into view.
+    void AddItemRow(const udtItem& itm);
+    // Writes an item into the selected row.
+    void UpdateItemRow(const udtItem& itm);
     // Enables menu entries and toolbar buttons by what is open and selected. To be called after every change of that.
     void SetAppState();
 
@@ -68,7 +77,14 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     void tvwEnvelopes_AfterLabelEdit(const QString& strNew, bool& blnCancel);
     [[nodiscard]] bool RootSelected() const;
 
+    void mnuItemAdd_Click();
+    void mnuItemEdit_Click();
+    void mnuItemDelete_Click();
+    void mnuItemFind_Click();
+    void mnuItemReconcile_Click();
     void lvwItems_ColumnClick(int intColumn);
+    void lvwItems_DblClick();
+    void lvwItems_KeyDown(QKeyEvent* evt);
     void lvwItems_MouseUp(const QPoint& pntGlobal);
     void LoadItems();
     void RefreshBalances();

@@ -1,11 +1,30 @@
 // SPDX-License-Identifier: MIT
-// The item list: loading and sorting it, and the balances and counts that go with it.
+// The item list: loading and sorting it, the commands on its selected row, and the balances and counts beside it.
+#include <QKeyEvent>
+
+#include "controls/hourglass.h"
 #include "controls/label.h"
+#include "controls/message_box.h"
 #include "db/basMain.h"
+#include "find/frmFind.h"
+#include "ledger/frmItem.h"
 #include "mainwindow/basListView.h"
 #include "mainwindow/clsListView.h"
 #include "mainwindow/frmMain.h"
 #include "vbrt/qstring.h"
+
+namespace {
+
+constexpr int intReconciledColumn = 3;
+constexpr int intAmountColumn = 4;
+
+// Picks the item of this id and the half that points at it.
+QString WithPartner(int lngId) {
+    const QString strId = QString::number(lngId);
+    return " where id = " + strId + " or transfer_id = " + strId;
+}
+
+}  // namespace
 
 QString ItemsSql(bool blnAll, const QString& strEnvelope, const QString& strSortField, const QString& strSortOrder) {
     QString strSql = "select * from tbl_items";
@@ -20,8 +39,8 @@ void frmMain::LoadItems() {
     for (const char* strField : {"item_date", "item_num", "payee", "reconciled", "amount", "comment", "envelope"})
         objList.AddColumn().strFieldName = strField;
     objList.Column(0).strFormat = strDateFormat;
-    objList.Column(4).strFormat = strMoneyFormat;
-    objList.Column(4).blnRedNegative = true;
+    objList.Column(intAmountColumn).strFormat = strMoneyFormat;
+    objList.Column(intAmountColumn).blnRedNegative = true;
     objList.SetConnection(objDatabase->objCnn());
     objList.SetListView(lvwItems);
     objList.strSql = ItemsSql(RootSelected(), strEnvelope, strSortField, strSortOrder);
@@ -50,6 +69,105 @@ void frmMain::lvwItems_ColumnClick(int intColumn) try {
     lvwItems->ensureVisible(0);
 } catch (...) {
     // Kept: sorting never shows a message.
+}
+
+void frmMain::AddItemRow(const udtItem& itm) {
+    const int intRow =
+        lvwItems->addRow(QStringList(vbrt::qt::Format(vbrt::qt::CDate(itm.strItemDate), strDateFormat)), itm.lngId);
+    lvwItems->selectRow(intRow);
+    UpdateItemRow(itm);
+    lvwItems->ensureVisible(intRow);
+}
+
+void frmMain::UpdateItemRow(const udtItem& itm) {
+    const QStringList lstCells = {vbrt::qt::Format(vbrt::qt::CDate(itm.strItemDate), strDateFormat),
+                                  itm.strItemNum,
+                                  itm.strPayee,
+                                  itm.strReconciled,
+                                  vbrt::qt::Format(itm.dblAmount, strMoneyFormat),
+                                  itm.strComment,
+                                  itm.strEnvelope};
+    const int intRow = lvwItems->selectedRow();
+    for (int intColumn = 0; intColumn < lstCells.size(); ++intColumn)
+        lvwItems->setText(intRow, intColumn, lstCells[intColumn]);
+    lvwItems->setForeColor(intRow, intAmountColumn, itm.dblAmount < 0 ? controls::kRed : controls::kBlack);
+    lvwItems->setTag(intRow, itm.lngId);
+}
+
+void frmMain::mnuItemAdd_Click() try {
+    frmItem frm(*this, "Add Item");
+    frm.exec();
+    RefreshBalances();
+    SetAppState();
+} catch (...) {
+    ShowError();
+}
+
+void frmMain::mnuItemEdit_Click() try {
+    frmItem frm(*this, "Edit Item");
+    frm.exec();
+    RefreshBalances();
+} catch (...) {
+    ShowError();
+}
+
+void frmMain::mnuItemDelete_Click() try {
+    const int intRow = lvwItems->selectedRow();
+    if (intRow < 0)
+        return;
+    const auto intAnswer =
+        controls::MsgBox(this, "Are you sure you want to delete this item?", controls::MsgIcon::Exclamation,
+                         controls::MsgButtons::YesNo, "Confirm Item Delete");
+    if (intAnswer == controls::MsgAnswer::No)
+        return;
+    controls::Hourglass hourglass;
+    objDatabase->objCnn()->Execute("delete * from tbl_items" + WithPartner(lvwItems->tag(intRow)));
+    lvwItems->removeRow(intRow);  // selects the next row, or the last
+    RefreshBalances();
+    SetAppState();
+} catch (...) {
+    ShowError();
+}
+
+void frmMain::mnuItemReconcile_Click() try {
+    const int intRow = lvwItems->selectedRow();
+    if (intRow < 0)
+        return;
+    const QString strNew = lvwItems->text(intRow, intReconciledColumn).isEmpty() ? "*" : "";
+    objDatabase->objCnn()->Execute("update tbl_items set reconciled = '" + strNew + "'" +
+                                   WithPartner(lvwItems->tag(intRow)));
+    lvwItems->setText(intRow, intReconciledColumn, strNew);
+} catch (...) {
+    ShowError();
+}
+
+void frmMain::mnuItemFind_Click() try {
+    frmFind frm(*this);
+    frm.exec();
+} catch (...) {
+    ShowError();
+}
+
+// Items are edited within their own envelope only, so neither mouse nor keys do it while the root is selected.
+void frmMain::lvwItems_DblClick() try {
+    if (lvwItems->rowCount() > 0 && !RootSelected())
+        mnuItemEdit_Click();
+} catch (...) {
+    // Kept: quiet, as the other events of the list.
+}
+
+void frmMain::lvwItems_KeyDown(QKeyEvent* evt) try {
+    if (lvwItems->rowCount() == 0 || RootSelected())
+        return;
+    if (evt->key() == Qt::Key_Delete) {
+        evt->accept();
+        mnuItemDelete_Click();
+    } else if (evt->key() == Qt::Key_Return || evt->key() == Qt::Key_Enter || evt->key() == Qt::Key_F2) {
+        evt->accept();
+        mnuItemEdit_Click();
+    }
+} catch (...) {
+    // Kept: quiet, as the other events of the list.
 }
 
 void frmMain::lvwItems_MouseUp(const QPoint& pntGlobal) try { mnuItem->popup(pntGlobal); } catch (...) {

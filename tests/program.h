@@ -45,7 +45,9 @@ inline void type(QWidget* parent, const char* name, const QString& text) {
 inline void click(QWidget* parent, const char* name) {
     auto* button = parent->findChild<QAbstractButton*>(name);
     QVERIFY2(button != nullptr && button->isEnabled(), name);
-    QTest::mouseClick(button, Qt::LeftButton);
+    // On the mark of a check box, which may be wider than what answers to a click.
+    const bool check = qobject_cast<QPushButton*>(button) == nullptr;
+    QTest::mouseClick(button, Qt::LeftButton, {}, check ? QPoint(8, button->height() / 2) : QPoint());
 }
 
 // Runs `work` in the modal dialog that `open` brings up. A dialog that is still there afterwards is a failure; it is

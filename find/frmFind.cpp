@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "find/frmFind.h"
+
+#include <QCoreApplication>
+
+#include "controls/list_view.h"
+#include "controls/message_box.h"
+#include "find/basFind.h"
+#include "mainwindow/frmMain.h"
+
+frmFind::frmFind(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner) {
+    setupUi(this);
+    for (const FindField& fld : fldFields)
+        cboFields->addItem(fld.strCaption, fld.intColumn);
+    cboMatch->addItem("Any Part of Field", static_cast<int>(FindMatch::AnyPart));
+    cboMatch->addItem("Whole Field", static_cast<int>(FindMatch::WholeField));
+    cboMatch->addItem("Start of Field", static_cast<int>(FindMatch::StartOfField));
+    cboMatch->setCurrentText("Whole Field");
+    cboDirection->addItems({"Down", "Up"});
+    connect(txtFind, &QLineEdit::textChanged, this, &frmFind::txtFind_Change);
+    connect(cmdFindNext, &QPushButton::clicked, this, &frmFind::cmdFindNext_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &frmFind::cmdCancel_Click);
+    txtFind_Change();
+    setFixedSize(sizeHint());
+}
+
+void frmFind::txtFind_Change() {
+    cmdFindNext->setEnabled(!txtFind->text().isEmpty());
+}
+
+void frmFind::cmdFindNext_Click() try {
+    controls::ListView& lvw = objMain.ItemList();
+    const int intStart = lvw.selectedRow();
+    if (intStart < 0)
+        return;
+    const int intRow = FindRow(lvw, cboFields->currentData().toInt(), txtFind->text(),
+                               static_cast<FindMatch>(cboMatch->currentData().toInt()), intStart,
+                               cboDirection->currentText() == "Down");
+    if (intRow < 0) {
+        controls::MsgBox(this, "Match not found.", controls::MsgIcon::None, controls::MsgButtons::Ok,
+                         QCoreApplication::applicationName());
+        return;
+    }
+    lvw.ensureVisible(intRow);
+    lvw.selectRow(intRow);
+} catch (...) {
+    // Kept: a search that fails ends without a message.
+}
+
+void frmFind::cmdCancel_Click() {
+    reject();
+}
