@@ -133,6 +133,7 @@ void frmMain::ConnectMenus() {
     connect(mnuViewStatusBar, &QAction::triggered, this, &frmMain::mnuViewStatusBar_Click);
     connect(mnuToolsCalculator, &QAction::triggered, this, &frmMain::mnuToolsCalculator_Click);
     connect(mnuToolsCompact, &QAction::triggered, this, &frmMain::mnuToolsCompact_Click);
+    connect(mnuToolsStuffer, &QAction::triggered, this, &frmMain::mnuToolsStuffer_Click);
 }
 
 void frmMain::tlbMain_ButtonClick(QAction* objButton) {

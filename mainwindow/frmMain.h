@@ -28,6 +28,8 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     [[nodiscard]] bool IsEnvelope(const QString& strName);
     // Rebuilds the tree from the budget. Selects nothing: the caller decides.
     void LoadEnvelopes();
+    // LoadEnvelopes, with what was selected selected again. The item list stays as it is.
+    void ReloadEnvelopes();
     // Adds a node for a new envelope, selects it and scrolls it into view.
     void AddEnvelopeNode(const QString& strName);
     // The list of items, whose selected row the item dialog edits and the search moves.
@@ -57,6 +59,7 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     void mnuViewToolbar_Click();
     void mnuViewStatusBar_Click();
     void mnuToolsCalculator_Click();
+    void mnuToolsStuffer_Click();
 
     void mnuFileNew_Click();
     void mnuFileOpen_Click();

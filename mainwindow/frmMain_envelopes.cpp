@@ -6,6 +6,7 @@
 #include "controls/message_box.h"
 #include "db/basMain.h"
 #include "ledger/frmEnvelope.h"
+#include "ledger/frmStuffer.h"
 #include "mainwindow/frmMain.h"
 
 namespace {
@@ -36,6 +37,28 @@ void frmMain::LoadEnvelopes() try {
     tvwEnvelopes->expandNode(intRoot);
 } catch (...) {
     // Kept: a tree that cannot be read to the end keeps the nodes added so far, without a message.
+}
+
+// Loading leaves no node selected. The item list still shows the items of strEnvelope, or of all envelopes, so that
+// node is selected again: tree, strEnvelope and list go on naming the same thing.
+void frmMain::ReloadEnvelopes() {
+    const bool blnRoot = RootSelected();
+    LoadEnvelopes();
+    int intNode = blnRoot ? intRoot : tvwEnvelopes->nodeCount();
+    while (intNode > intRoot && tvwEnvelopes->nodeText(intNode) != strEnvelope)
+        --intNode;
+    tvwEnvelopes->selectNode(intNode);
+    tvwEnvelopes->ensureVisible(intNode);
+}
+
+// The item list is not loaded anew: it shows what was stuffed when its envelope is selected the next time.
+void frmMain::mnuToolsStuffer_Click() try {
+    frmStuffer frm(*this);
+    frm.exec();
+    RefreshBalances();
+    SetAppState();
+} catch (...) {
+    ShowError();
 }
 
 void frmMain::AddEnvelopeNode(const QString& strName) {
