@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/accumulator.h"
 
+#include "jetsql/error.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <utility>
-
-#include "jetsql/error.h"
 
 namespace jetsql {
 

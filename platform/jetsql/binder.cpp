@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/binder.h"
 
-#include <algorithm>
-#include <numeric>
-
 #include "jet/text_order.h"
 #include "jetsql/error.h"
 #include "jetsql/parser.h"
 #include "vbrt/ascii.h"
+
+#include <algorithm>
+#include <numeric>
 
 namespace jetsql {
 
@@ -23,72 +23,6 @@ constexpr std::size_t kMaxParts = 50'000;  // of the expressions of one SELECT; 
 
 bool sameName(std::string_view a, std::string_view b) {
     return jet::equalText(a, b);
-}
-
-MaybeType typeOf(const Value& v) {
-    static constexpr MaybeType kTypes[] = {std::nullopt,        ColumnType::Boolean, ColumnType::Byte,
-                                           ColumnType::Integer, ColumnType::Long,    ColumnType::Currency,
-                                           ColumnType::Single,  ColumnType::Double,  ColumnType::DateTime,
-                                           ColumnType::Text,    ColumnType::Binary,  ColumnType::Guid};
-    return kTypes[v.index()];
-}
-
-Expr makeConstant(Value v) {
-    Expr e;
-    e.type = typeOf(v);
-    e.value = std::move(v);
-    return e;
-}
-
-// Evaluates what is the same for all rows. Not what would fail: it may stand in a branch that is never taken. Not
-// Date() and the like: a default is evaluated anew for each row.
-Expr folded(Expr e) {
-    const bool constant = !e.children.empty() && std::all_of(e.children.begin(), e.children.end(), [](const Expr& c) {
-        return c.kind == Expr::Kind::Constant;
-    });
-    if (!constant)
-        return e;
-    try {
-        Value scratch;
-        Expr result = makeConstant(evaluate(e, Frame(), scratch));
-        result.type = e.type;
-        return result;
-    } catch (const Error&) {
-        return e;
-    } catch (const vbrt::Error&) {
-        return e;
-    }
-}
-
-Expr make(Expr::Kind kind, MaybeType type, std::vector<Expr> children) {
-    Expr e;
-    e.kind = kind;
-    e.type = type;
-    e.children = std::move(children);
-    return e;
-}
-
-Expr converted(Expr e, MaybeType type) {
-    if (!type || !e.type || e.type == type)
-        return e;
-    std::vector<Expr> children;
-    children.push_back(std::move(e));
-    return folded(make(Expr::Kind::Convert, type, std::move(children)));
-}
-
-// A text that meets a date is read as one.
-Expr comparableWith(MaybeType type, Expr e) {
-    requireComparable(type, e.type);
-    return type == ColumnType::DateTime && e.type && isText(*e.type) ? converted(std::move(e), type) : std::move(e);
-}
-
-void splitConjunction(Expr e, std::vector<Expr>& out) {
-    if (e.kind != Expr::Kind::And) {
-        out.push_back(std::move(e));
-        return;
-    }
-    splitConjunction(std::move(e.children[0]), out);
-    splitConjunction(std::move(e.children[1]), out);
 }
 
 std::optional<Aggregate::Kind> aggregateNamed(std::string_view name) {
@@ -368,14 +302,14 @@ Expr Binder::expression(const ast::Expr& e, const Context& context) {
         case ast::Expr::Kind::Negate: {
             std::vector<Expr> args = arguments(e, context);
             const MaybeType type = negatedType(args[0].type);
-            result = folded(make(Expr::Kind::Negate, type, std::move(args)));
+            result = makeExpr(Expr::Kind::Negate, type, std::move(args));
             break;
         }
         case ast::Expr::Kind::Not:
-            result = folded(make(Expr::Kind::Not, ColumnType::Boolean, arguments(e, context)));
+            result = makeExpr(Expr::Kind::Not, ColumnType::Boolean, arguments(e, context));
             break;
         case ast::Expr::Kind::IsNull:
-            result = folded(make(Expr::Kind::IsNull, ColumnType::Boolean, arguments(e, context)));
+            result = makeExpr(Expr::Kind::IsNull, ColumnType::Boolean, arguments(e, context));
             break;
         case ast::Expr::Kind::Between:
         case ast::Expr::Kind::In: {
@@ -383,7 +317,7 @@ Expr Binder::expression(const ast::Expr& e, const Context& context) {
             for (std::size_t i = 1; i < args.size(); ++i)
                 args[i] = comparableWith(args[0].type, std::move(args[i]));
             const auto kind = e.kind == ast::Expr::Kind::In ? Expr::Kind::In : Expr::Kind::Between;
-            result = folded(make(kind, ColumnType::Boolean, std::move(args)));
+            result = makeExpr(kind, ColumnType::Boolean, std::move(args));
             break;
         }
     }
@@ -405,13 +339,13 @@ Expr Binder::binary(const ast::Expr& e, const Context& context) {
     const MaybeType b = args[1].type;
     switch (e.op) {
         case Op::And:
-            return folded(make(Expr::Kind::And, ColumnType::Boolean, std::move(args)));
+            return makeExpr(Expr::Kind::And, ColumnType::Boolean, std::move(args));
         case Op::Or:
-            return folded(make(Expr::Kind::Or, ColumnType::Boolean, std::move(args)));
+            return makeExpr(Expr::Kind::Or, ColumnType::Boolean, std::move(args));
         case Op::Xor:
-            return folded(make(Expr::Kind::Xor, ColumnType::Boolean, std::move(args)));
+            return makeExpr(Expr::Kind::Xor, ColumnType::Boolean, std::move(args));
         case Op::Like:
-            return folded(make(Expr::Kind::Like, ColumnType::Boolean, std::move(args)));
+            return makeExpr(Expr::Kind::Like, ColumnType::Boolean, std::move(args));
         case Op::Equal:
         case Op::NotEqual:
         case Op::Less:
@@ -420,14 +354,10 @@ Expr Binder::binary(const ast::Expr& e, const Context& context) {
         case Op::GreaterEqual: {
             args[0] = comparableWith(b, std::move(args[0]));
             args[1] = comparableWith(a, std::move(args[1]));
-            Expr comparison = make(Expr::Kind::Comparison, ColumnType::Boolean, std::move(args));
-            comparison.op = e.op;
-            return folded(std::move(comparison));
+            return makeExpr(Expr::Kind::Comparison, ColumnType::Boolean, std::move(args), e.op);
         }
         default: {
-            Expr calculation = make(Expr::Kind::Arithmetic, arithmeticType(e.op, a, b), std::move(args));
-            calculation.op = e.op;
-            return folded(std::move(calculation));
+            return makeExpr(Expr::Kind::Arithmetic, arithmeticType(e.op, a, b), std::move(args), e.op);
         }
     }
 }
@@ -502,9 +432,7 @@ Expr Binder::call(const ast::Expr& e, const Context& context) {
     if (isChoice)
         return choice(e, std::move(args));
     const MaybeType type = function->type ? function->type : numericType(args[0].type);
-    Expr result = make(Expr::Kind::Call, type, std::move(args));
-    result.function = function;
-    return folded(std::move(result));
+    return makeExpr(Expr::Kind::Call, type, std::move(args), {}, function);
 }
 
 Expr Binder::choice(const ast::Expr& e, std::vector<Expr> args) {
@@ -513,7 +441,7 @@ Expr Binder::choice(const ast::Expr& e, std::vector<Expr> args) {
     const MaybeType type = commonType(args[1].type, args[2].type);
     args[1] = converted(std::move(args[1]), type);
     args[2] = converted(std::move(args[2]), type);
-    return make(Expr::Kind::Choice, type, std::move(args));
+    return makeExpr(Expr::Kind::Choice, type, std::move(args));
 }
 
 Expr Binder::aggregate(const ast::Expr& e, Aggregate::Kind kind, const Context& context) {

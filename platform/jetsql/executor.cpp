@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/executor.h"
 
-#include <algorithm>
-#include <unordered_map>
-
 #include "jet/error.h"
 #include "jet/text_order.h"
 #include "jetsql/accumulator.h"
 #include "jetsql/planner.h"
 #include "jetsql/row_buffer.h"
 #include "jetsql/sort_key.h"
+
+#include <algorithm>
+#include <unordered_map>
 
 namespace jetsql {
 
@@ -51,7 +51,7 @@ class PlainProducer final : public Producer {
     bool next() override { return m_step->next(m_frame); }
 
  private:
-    std::unique_ptr<Step> m_step;
+    StepPtr m_step;
 };
 
 // The extremes of indexed columns, if the query asks for nothing else of a whole table: a step or two in an index.
@@ -116,7 +116,7 @@ class GroupProducer final : public Producer {
 
     void group() {
         std::unordered_map<std::string, std::size_t> places;
-        const std::unique_ptr<Step> step = planRows(m_query);
+        const StepPtr step = planRows(m_query);
         jet::Row keys(m_query.keys.size());
         jet::Bytes order;
         if (keys.empty())

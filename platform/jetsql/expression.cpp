@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/expression.h"
 
+#include "jetsql/error.h"
+
 #include <algorithm>
 #include <array>
 
@@ -124,7 +126,68 @@ Value call(const Expr& e, const Frame& frame) {
     return callFunction(*e.function, std::span(arguments).first(e.children.size()));
 }
 
+MaybeType typeOf(const Value& v) {
+    static constexpr MaybeType kTypes[] = {std::nullopt,        ColumnType::Boolean, ColumnType::Byte,
+                                           ColumnType::Integer, ColumnType::Long,    ColumnType::Currency,
+                                           ColumnType::Single,  ColumnType::Double,  ColumnType::DateTime,
+                                           ColumnType::Text,    ColumnType::Binary,  ColumnType::Guid};
+    return kTypes[v.index()];
+}
+
 }  // namespace
+
+Expr makeConstant(Value v) {
+    Expr e;
+    e.type = typeOf(v);
+    e.value = std::move(v);
+    return e;
+}
+
+Expr makeExpr(Expr::Kind kind, MaybeType type, std::vector<Expr> children, Op op, const Function* function) {
+    Expr e;
+    e.kind = kind;
+    e.type = type;
+    e.children = std::move(children);
+    e.op = op;
+    e.function = function;
+    const bool constant = !e.children.empty() && std::all_of(e.children.begin(), e.children.end(), [](const Expr& c) {
+        return c.kind == Expr::Kind::Constant;
+    });
+    if (!constant)
+        return e;
+    try {
+        Value scratch;
+        Expr result = makeConstant(evaluate(e, Frame(), scratch));
+        result.type = e.type;
+        return result;
+    } catch (const Error&) {
+        return e;
+    } catch (const vbrt::Error&) {
+        return e;
+    }
+}
+
+Expr converted(Expr e, MaybeType type) {
+    if (!type || !e.type || e.type == type)
+        return e;
+    std::vector<Expr> children;
+    children.push_back(std::move(e));
+    return makeExpr(Expr::Kind::Convert, type, std::move(children));
+}
+
+Expr comparableWith(MaybeType type, Expr e) {
+    requireComparable(type, e.type);
+    return type == ColumnType::DateTime && e.type && isText(*e.type) ? converted(std::move(e), type) : std::move(e);
+}
+
+void splitConjunction(Expr e, std::vector<Expr>& out) {
+    if (e.kind != Expr::Kind::And) {
+        out.push_back(std::move(e));
+        return;
+    }
+    splitConjunction(std::move(e.children[0]), out);
+    splitConjunction(std::move(e.children[1]), out);
+}
 
 const Value& evaluate(const Expr& e, const Frame& frame, Value& scratch) {
     switch (e.kind) {

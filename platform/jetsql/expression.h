@@ -58,6 +58,18 @@ inline bool holds(const Expr& e, const Frame& frame) {
     return test(e, frame) == Truth::True;
 }
 
+Expr makeConstant(Value v);
+// What is the same for all rows is evaluated at once. Not what would fail: it may stand in a branch that is never
+// taken. Not Date() and the like: a default is evaluated anew for each row.
+Expr makeExpr(Expr::Kind kind, MaybeType type, std::vector<Expr> children, Op op = {},
+              const Function* function = nullptr);
+// `e` as a value of that type.
+Expr converted(Expr e, MaybeType type);
+// `e`, to be compared with something of that type: a text that meets a date is read as one. Throws TypeMismatch.
+Expr comparableWith(MaybeType type, Expr e);
+// The conditions that all hold when `e` does.
+void splitConjunction(Expr e, std::vector<Expr>& out);
+
 bool same(const Expr& a, const Expr& b);
 // Whether it is the same for all rows, so that it can be evaluated with an empty frame.
 bool isConstant(const Expr& e);

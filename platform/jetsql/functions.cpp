@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/functions.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-
 #include "jet/text_order.h"
 #include "jetsql/error.h"
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"
 #include "vbrt/format.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace jetsql {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/lexer.h"
 
-#include <algorithm>
-#include <charconv>
-
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"
+
+#include <algorithm>
+#include <charconv>
 
 namespace jetsql {
 

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/operations.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-
 #include "jet/codepage.h"
 #include "jet/error.h"
 #include "jet/table_def.h"
@@ -12,6 +8,10 @@
 #include "jetsql/error.h"
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace jetsql {
 

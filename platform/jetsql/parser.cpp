@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/parser.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "jetsql/error.h"
 #include "jetsql/lexer.h"
 #include "vbrt/ascii.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace jetsql {
 

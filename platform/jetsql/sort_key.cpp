@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/sort_key.h"
 
-#include <bit>
-
 #include "jet/text_order.h"
 #include "jetsql/operations.h"
+
+#include <bit>
 
 namespace jetsql {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <QtTest>
-
 #include "jetsql/lexer.h"
+
+#include <QtTest>
 
 using jetsql::Token;
 

@@ -4,12 +4,13 @@
 // Each statement is made in both spellings at once. Where the two languages differ on purpose (5/2, Null & 'a',
 // IIf, patterns) the spelling for SQLite says what is meant. Amounts are multiples of 0.25, so that sums are exact in
 // any order; texts are letters alone, as the order of other characters differs.
-#include <sqlite3.h>
+#include "jetsql/test_database.h"
 
 #include <QtTest>
-#include <random>
 
-#include "jetsql/test_database.h"
+#include <sqlite3.h>
+
+#include <random>
 
 namespace {
 

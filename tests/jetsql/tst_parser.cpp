@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <QtTest>
-
 #include "jetsql/error.h"
 #include "jetsql/parser.h"
 #include "vbrt/error.h"
+
+#include <QtTest>
 
 namespace ast = jetsql::ast;
 using jetsql::Errc;

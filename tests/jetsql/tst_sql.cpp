@@ -4,17 +4,18 @@
 // A paragraph is a statement in lines that begin with "> ", then what must come out: for a SELECT the names of the
 // columns and the rows; else "N rows", or "error" with its name and what it is about. A first line "types>" wants the
 // types of the columns instead. "restart" closes the file and opens it again. Lines with "#" are remarks.
-#include <QDir>
-#include <QtTest>
-#include <algorithm>
-#include <cmath>
-#include <fstream>
-#include <random>
-
 #include "jet/error.h"
 #include "jetsql/accumulator.h"
 #include "jetsql/test_database.h"
 #include "vbrt/date.h"
+
+#include <QDir>
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <random>
 
 namespace {
 
