@@ -18,7 +18,9 @@ void appendTextKey(ByteView text, Bytes& key);
 // UTF-8 texts in that order: negative, 0, positive. Texts with characters that the code page lacks come after all
 // others, by code point, and equal only their own like. Unlike index keys this looks at all characters.
 int compareText(std::string_view a, std::string_view b);
-inline bool equalText(std::string_view a, std::string_view b) { return compareText(a, b) == 0; }
+inline bool equalText(std::string_view a, std::string_view b) {
+    return compareText(a, b) == 0;
+}
 
 // Bytes that compare (memcmp) as compareText does; for sorting and hashing many texts. Appends to `key`.
 void appendSortKey(std::string_view utf8, Bytes& key);
