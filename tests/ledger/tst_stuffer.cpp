@@ -223,31 +223,16 @@ void tst_stuffer::edit_data() {
     QTest::addColumn<QString>("row");
     QTest::addColumn<QString>("total");
 
-    QTest::newRow("an amount") << "12.5"
-                               << "12.5"
-                               << "O'Brien's|$12.50|-$20.00!|-$7.50!"
-                               << "$13.50|-$13.00|$0.50";
-    QTest::newRow("new balance no longer negative") << "20"
-                                                    << "20"
-                                                    << "O'Brien's|$20.00|-$20.00!|$0.00"
-                                                    << "$21.00|-$13.00|$8.00";
-    QTest::newRow("dollars and thousands") << "$1,250.00"
-                                           << "1250"
-                                           << "O'Brien's|$1,250.00|-$20.00!|$1,230.00"
-                                           << "$1,251.00|-$13.00|$1,238.00";
+    const auto add = [](const char* phrase, const char* typed, const char* stored, const char* row, const char* total) {
+        QTest::newRow(phrase) << QString(typed) << QString(stored) << QString("O'Brien's|") + row << QString(total);
+    };
+    add("an amount", "12.5", "12.5", "$12.50|-$20.00!|-$7.50!", "$13.50|-$13.00|$0.50");
+    add("new balance no longer negative", "20", "20", "$20.00|-$20.00!|$0.00", "$21.00|-$13.00|$8.00");
+    add("dollars and thousands", "$1,250.00", "1250", "$1,250.00|-$20.00!|$1,230.00", "$1,251.00|-$13.00|$1,238.00");
     // The cell is red after the next load only.
-    QTest::newRow("negative") << "-3"
-                              << "-3"
-                              << "O'Brien's|-$3.00|-$20.00!|-$23.00!"
-                              << "-$2.00|-$13.00|-$15.00";
-    QTest::newRow("more than cents") << "0.125"
-                                     << "0.125"
-                                     << "O'Brien's|$0.13|-$20.00!|-$19.87!"
-                                     << "$1.13|-$13.00|-$11.87";
-    QTest::newRow("the same") << "30"
-                              << "30"
-                              << "O'Brien's|$30.00|-$20.00!|$10.00"
-                              << "$31.00|-$13.00|$18.00";
+    add("negative", "-3", "-3", "-$3.00|-$20.00!|-$23.00!", "-$2.00|-$13.00|-$15.00");
+    add("more than cents", "0.125", "0.125", "$0.13|-$20.00!|-$19.87!", "$1.13|-$13.00|-$11.87");
+    add("the same", "30", "30", "$30.00|-$20.00!|$10.00", "$31.00|-$13.00|$18.00");
 }
 
 void tst_stuffer::edit() {
