@@ -24,8 +24,23 @@ bool startsWith(ByteView key, ByteView prefix) {
     return key.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), key.begin());
 }
 
+bool beginsAscending(const TableDef& def, std::size_t realIndex) {
+    const RealIndex& index = def.realIndexes[realIndex];
+    if (index.columns.empty())
+        corrupt(def.page, "an index without columns");
+    return index.columns.front().ascending;
+}
+
 bool isText(const ColumnDef& column) {
     return column.type == ColumnType::Text || column.type == ColumnType::Memo;
+}
+
+// A value that comes from a parent's column, which may be wider, or narrower than a fixed one here.
+void fitField(const ColumnDef& column, Bytes& field, const std::string& table) {
+    if (field.size() > column.length)
+        throw Error(Errc::TooLong, column.name, table);
+    if (column.isFixed() && column.type != ColumnType::Boolean)
+        field.resize(column.storedSize());
 }
 
 void decodeLongValue(const RowStore& store, std::size_t position, ByteView header, Value& out) {
@@ -212,9 +227,8 @@ std::vector<RowId> TableImpl::lookup(std::size_t realIndex, std::span<const Valu
 
 std::optional<RowId> TableImpl::lowest(std::size_t realIndex) {
     const BTree& tree = m_store.tree(realIndex);
-    const bool ascending = def().realIndexes[realIndex].columns.front().ascending;
     BTree::Cursor at;
-    if (ascending) {
+    if (beginsAscending(def(), realIndex)) {
         at = tree.lowerBound(Bytes{kPresentAscending});
     } else {
         at = tree.lowerBound(Bytes{kNullDescending});
@@ -228,7 +242,7 @@ std::optional<RowId> TableImpl::lowest(std::size_t realIndex) {
 
 std::optional<RowId> TableImpl::highest(std::size_t realIndex) {
     const BTree& tree = m_store.tree(realIndex);
-    const bool ascending = def().realIndexes[realIndex].columns.front().ascending;
+    const bool ascending = beginsAscending(def(), realIndex);
     const BTree::Cursor at = ascending ? tree.last() : tree.first();
     const std::uint8_t present = ascending ? kPresentAscending : kPresentDescending;
     return at.valid() && startsWith(at.key(), Bytes{present}) ? std::optional(at.row()) : std::nullopt;
@@ -238,8 +252,7 @@ std::vector<RowId> TableImpl::inOrder(std::size_t realIndex) {
     std::vector<RowId> rows;
     for (auto at = m_store.tree(realIndex).first(); at.valid(); at.next())
         rows.push_back(at.row());
-    const RealIndex& index = def().realIndexes[realIndex];
-    if ((index.flags & RealIndex::kIgnoreNulls) == 0)
+    if ((def().realIndexes[realIndex].flags & RealIndex::kIgnoreNulls) == 0)
         return rows;
     // Rows of nothing but Null have no entry; they go where Null goes.
     const std::set<RowId> entered(rows.begin(), rows.end());
@@ -248,7 +261,7 @@ std::vector<RowId> TableImpl::inOrder(std::size_t realIndex) {
     for (Scan at(m_store, {}); at.next(nothing);)
         if (!entered.contains(at.rowId()))
             others.push_back(at.rowId());
-    rows.insert(index.columns.front().ascending ? rows.begin() : rows.end(), others.begin(), others.end());
+    rows.insert(beginsAscending(def(), realIndex) ? rows.begin() : rows.end(), others.begin(), others.end());
     return rows;
 }
 
@@ -399,8 +412,8 @@ void TableImpl::changeRow(RowId id, const Change& change, Consequences& conseque
         fields[position] = change.values[i];
         if (column.isLongValue())
             m_store.writeLongValue(position, fields[position]);
-        else if (cascading && fields[position] && fields[position]->size() > column.length)
-            throw Error(Errc::TooLong, column.name, name());  // the parent's column is wider
+        else if (cascading && fields[position])
+            fitField(column, *fields[position], name());
     }
     m_store.rewrite(id, fields);
     for (std::size_t i = 0; i < change.indexes.size(); ++i) {

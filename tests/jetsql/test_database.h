@@ -53,7 +53,7 @@ inline jet::QuerySpec query(std::string name, std::vector<jet::QueryRow> rows) {
     return spec;
 }
 
-inline jet::DatabaseSpec specification() {
+inline jet::DatabaseSpec budgetSpec() {
     using enum jet::ColumnType;
     jet::DatabaseSpec spec = jet::budgetTemplate();
     spec.pages = 0;
@@ -93,7 +93,7 @@ inline jet::DatabaseSpec specification() {
 
 class Database {
  public:
-    explicit Database(const jet::DatabaseSpec& spec = specification()) : m_password(spec.password) {
+    explicit Database(const jet::DatabaseSpec& spec = budgetSpec()) : m_password(spec.password) {
         jet::createDatabase(m_disk, kPath, spec);
         restart();
     }

@@ -112,7 +112,7 @@ Rows textRows(const std::vector<jet::Row>& rows) {
     return result;
 }
 
-jet::DatabaseSpec specification() {
+jet::DatabaseSpec budgetSpec() {
     using enum jet::ColumnType;
     using test::column;
     using test::index;
@@ -376,7 +376,7 @@ void tst_oracle::statements_data() {
 
 void tst_oracle::statements() {
     QFETCH(unsigned, seed);
-    test::Database db(specification());
+    test::Database db(budgetSpec());
     Lite lite;
     lite.run("create table p (id integer primary key autoincrement, n integer, x real, t text collate nocase, d real)");
     lite.run(
