@@ -44,11 +44,11 @@ struct QuerySpec {
 
 struct DatabaseSpec {
     std::string password;
-    double created = 0;                  // written as the creation date of everything
+    double created = 0;  // written as the creation date of everything
     std::vector<TableSpec> tables;
     std::vector<Relationship> relationships;
     std::vector<QuerySpec> queries;
-    PageNo pages = 0;                    // free pages are added up to this size; 0 = none
+    PageNo pages = 0;  // free pages are added up to this size; 0 = none
 };
 
 // Writes a new file at `path`, replacing one that is there (and the log beside it).

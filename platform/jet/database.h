@@ -27,9 +27,9 @@ class Pager;
 class PageSpace;
 
 struct OpenOptions {
-    std::string password;         // UTF-8; compared byte for byte in code page 1252
-    bool readOnly = false;        // never writes the file, not even to repair it
-    Disk* disk = nullptr;         // the real one unless given
+    std::string password;   // UTF-8; compared byte for byte in code page 1252
+    bool readOnly = false;  // never writes the file, not even to repair it
+    Disk* disk = nullptr;   // the real one unless given
 };
 
 // One row of the catalog (MSysObjects).
@@ -49,10 +49,10 @@ struct CatalogEntry {
 
 struct Relationship {
     std::string name;
-    std::string table;            // the referencing (child) side
-    std::string referencedTable;  // the parent side
+    std::string table;                                         // the referencing (child) side
+    std::string referencedTable;                               // the parent side
     std::vector<std::pair<std::string, std::string>> columns;  // referencing, referenced
-    std::uint32_t flags = 0;      // 0x100 cascade updates, 0x1000 cascade deletes, 0x2 not enforced
+    std::uint32_t flags = 0;  // 0x100 cascade updates, 0x1000 cascade deletes, 0x2 not enforced
 
     [[nodiscard]] bool enforced() const { return (flags & 0x2U) == 0; }
     [[nodiscard]] bool cascadeUpdate() const { return (flags & 0x100U) != 0; }

@@ -23,8 +23,8 @@ class Database;
 // The properties of a column that the engine enforces; the rest stays in the property blob.
 struct ColumnRules {
     bool required = false;
-    bool allowZeroLength = false;               // Text and Memo
-    std::optional<std::string> defaultValue;    // an expression as text, for instance 0 or "none" or Date()
+    bool allowZeroLength = false;             // Text and Memo
+    std::optional<std::string> defaultValue;  // an expression as text, for instance 0 or "none" or Date()
 };
 
 // Walks the rows of a table in the order of its pages. Invalid after any change to the table.
