@@ -1,0 +1,50 @@
+# Installing, and the Debian package: `cmake --install`, or the target `deb`, which leaves the package in the build folder.
+#
+# The program looks for its help file in its own folder, so both live in lib/coinvale and bin/ has a link to the program.
+set(program_dir lib/coinvale)
+
+install(TARGETS coinvale RUNTIME DESTINATION ${program_dir})
+install(FILES "${PROJECT_BINARY_DIR}/Coinvale.chm" DESTINATION ${program_dir})
+install(CODE "
+  set(bin \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
+  file(MAKE_DIRECTORY \"\${bin}\")
+  file(CREATE_LINK ../${program_dir}/coinvale \"\${bin}/coinvale\" SYMBOLIC)
+  message(STATUS \"Linking: \${bin}/coinvale\")")
+
+install(FILES packaging/coinvale.desktop DESTINATION share/applications)
+install(FILES packaging/coinvale.metainfo.xml DESTINATION share/metainfo)
+install(FILES resources/images/coinvale.svg DESTINATION share/icons/hicolor/scalable/apps)
+install(FILES LICENSE DESTINATION share/doc/coinvale RENAME copyright)
+# A distribution expects these two compressed.
+foreach(page share/doc/coinvale/changelog share/man/man1/coinvale.1)
+  get_filename_component(name "${page}" NAME)
+  get_filename_component(folder "${page}" DIRECTORY)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/packaging/${name}")
+  execute_process(COMMAND gzip -9nc "${PROJECT_SOURCE_DIR}/packaging/${name}"
+                  OUTPUT_FILE "${PROJECT_BINARY_DIR}/${name}.gz" COMMAND_ERROR_IS_FATAL ANY)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.gz" DESTINATION ${folder})
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME coinvale)
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_CONTACT "The Coinvale developers <coinvale@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "budgeting by envelopes")
+set(CPACK_PACKAGE_DESCRIPTION_FILE "${PROJECT_SOURCE_DIR}/packaging/description.txt")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                                                WORLD_READ WORLD_EXECUTE)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON) # the libraries that the program is linked with, from dpkg-dev
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6") # its plugin draws the icons
+# Reports are in Arial, for which Liberation Sans stands in; Wayland sessions have a plugin of their own.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-liberation, qt6-qpa-plugins, qt6-wayland")
+include(CPack)
+
+add_custom_target(deb COMMAND ${CMAKE_CPACK_COMMAND} -G DEB WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
+add_dependencies(deb coinvale)
+if(TARGET help_file)
+  add_dependencies(deb help_file)
+endif()
