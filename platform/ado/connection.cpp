@@ -47,6 +47,7 @@ void Connection::Open(const QString& connectionString, const QString& user, cons
         session->database = jet::Database::open(
             source.path, {.password = source.databasePassword.value_or(""), .readOnly = source.readOnly});
         session->database->checkStructure();
+        session->shapes = source.shapes;
         m_session = std::move(session);
     });
 }

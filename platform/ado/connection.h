@@ -22,8 +22,9 @@ namespace ado {
 class ConnectionString;
 class Session;
 
-// The name of the one provider.
+// The names of the providers: the database, and data shaping over the database.
 inline constexpr char kJetProvider[] = "Microsoft.Jet.OLEDB.4.0";
+inline constexpr char kShapeProvider[] = "MSDataShape";
 
 class Connection {
  public:
@@ -32,24 +33,25 @@ class Connection {
     Connection& operator=(const Connection&) = delete;
     ~Connection();
 
-    // The provider used when the connection string names none. Error 3705 while open.
+    // The provider (case ignored) used when the connection string names none. Error 3705 while open.
     void setProvider(const QString& provider);
     [[nodiscard]] const QString& Provider() const { return m_provider; }
 
-    // Keys: Provider, Data Source (a path), Jet OLEDB:Database Password, Mode=Read for a database that is never
-    // written, Jet OLEDB:Engine Type (ignored: the file says what it is), User ID and Password ("admin" or empty, and
-    // empty). `user` and `password` count where the string gives none. A file without write permission is opened for
-    // reading. Errors 3705 (already open), 3706 (no such provider), -2147467259 and others from the database.
+    // Keys: Provider, Data Provider (the provider below, which data shaping needs), Data Source (a path), Jet
+    // OLEDB:Database Password, Mode=Read for a database that is never written, Jet OLEDB:Engine Type (ignored: the file
+    // says what it is), User ID and Password ("admin" or empty, and empty). `user` and `password` count where the
+    // string gives none. A file without write permission is opened for reading. Errors 3705 (already open), 3706 (no
+    // such provider), -2147467259 and others from the database.
     void Open(const QString& connectionString, const QString& user = {}, const QString& password = {},
               int options = -1);
     // Error 3704 when not open.
     void Close();
     [[nodiscard]] ObjectState State() const;
 
-    // Runs one statement. A SELECT gives a forward-only recordset on its first row, produced while it is read; any
-    // other statement a closed one, and `affected` receives the number of rows it named. `options` is adCmdText,
-    // adCmdTable
-    // (`sql` is then the name of a table or query) or adCmdUnspecified. Error 3704 when not open.
+    // Runs one statement. A SELECT gives a forward-only recordset on its first row, produced while it is read, and
+    // SHAPE (with the data shaping provider) a client-side one of groups; any other statement a closed one, and
+    // `affected` receives the number of rows it named. `options` is adCmdText, adCmdTable (`sql` is then the name of a
+    // table or query) or adCmdUnspecified. Error 3704 when not open.
     std::shared_ptr<Recordset> Execute(const QString& sql, long* affected = nullptr, int options = adCmdText);
 
  private:

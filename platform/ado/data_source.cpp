@@ -26,9 +26,13 @@ QString valueOr(const ConnectionString& string, const QString& key, const QStrin
     return string.contains(key) ? string.value(key) : otherwise;
 }
 
-void checkKeys(const ConnectionString& string) {
+bool sameText(const QString& a, const char* b) {
+    return a.compare(QLatin1String(b), Qt::CaseInsensitive) == 0;
+}
+
+void checkKeys(const ConnectionString& string, bool shapes) {
     for (const auto& [key, value] : string.pairs())
-        if (!kKnownKeys.contains(key, Qt::CaseInsensitive))
+        if (!kKnownKeys.contains(key, Qt::CaseInsensitive) && !(shapes && sameText(key, "Data Provider")))
             throw vbrt::Error(kJetError, "Could not find installable ISAM.");
 }
 
@@ -44,9 +48,11 @@ std::string nativePath(const QString& path) {
 
 DataSource::DataSource(const ConnectionString& string, const QString& provider, const QString& user,
                        const QString& password) {
-    if (valueOr(string, "Provider", provider).compare(QLatin1String(kJetProvider), Qt::CaseInsensitive) != 0)
+    const QString outer = valueOr(string, "Provider", provider);
+    shapes = sameText(outer, kShapeProvider);
+    if (!sameText(shapes ? string.value("Data Provider") : outer, kJetProvider))
         raise(kNoProvider);
-    checkKeys(string);
+    checkKeys(string, shapes);
     const QString account = valueOr(string, "User ID", user);
     const bool admin = account.isEmpty() || account.compare(u"admin", Qt::CaseInsensitive) == 0;
     if (!admin || !valueOr(string, "Password", password).isEmpty())

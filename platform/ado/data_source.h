@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the pairs of a connection string mean to the one provider. Private to this layer.
+// What the pairs of a connection string mean to the providers. Private to this layer.
 #pragma once
 
 #include <QString>
@@ -16,7 +16,8 @@ struct DataSource {
     // key that the provider does not know).
     DataSource(const ConnectionString& string, const QString& provider, const QString& user, const QString& password);
 
-    std::string path;  // absolute
+    bool shapes = false;  // the data shaping provider over that of the database
+    std::string path;     // absolute
     std::optional<std::string> databasePassword;
     QString engineType;  // "4" = Jet 3.x; empty when not given
     bool readOnly = false;

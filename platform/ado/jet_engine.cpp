@@ -15,6 +15,8 @@ void JetEngine::CompactDatabase(const QString& source, const QString& destinatio
     guarded([&] {
         const DataSource from(ConnectionString(source), {}, {}, {});
         const DataSource to(ConnectionString(destination), {}, {}, {});
+        if (from.shapes || to.shapes)
+            raise(kNoProvider);
         if (to.engineType != u"4")
             raise(kBadConnectionValue);
         if (jet::realDisk().exists(to.path))

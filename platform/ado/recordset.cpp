@@ -9,6 +9,7 @@
 #include "ado/errors.h"
 #include "ado/row_source.h"
 #include "ado/session.h"
+#include "ado/shape.h"
 #include "ado/text.h"
 #include "jetsql/statement.h"
 #include "vbrt/convert.h"
@@ -147,20 +148,34 @@ void Recordset::setCursorLocation(int location) {
 
 void Recordset::run(const std::shared_ptr<Session>& session, const QString& sql, bool forwardOnly, long* affected) {
     guarded([&] {
-        jetsql::Outcome outcome = jetsql::execute(session->database, toUtf8(sql));
+        const std::string text = toUtf8(sql);
+        const auto shape = session->shapes ? parseShape(text) : std::nullopt;
+        jetsql::Outcome outcome = jetsql::execute(session->database, shape ? shape->query : text);
         if (affected != nullptr)
             *affected = outcome.affected;
         if (!outcome.rows)
             return;
-        auto rows = forwardOnly ? forwardRows(std::move(outcome.rows)) : snapshotRows(*outcome.rows);
-        m_names.clear();
-        for (const auto& column : rows->columns())
-            m_names.push_back(fromUtf8(column.name));
+        auto groups = shape ? std::make_unique<Groups>(*shape, *outcome.rows) : nullptr;
+        if (groups) {
+            m_location = adUseClient;
+            show(groups->parents());
+        } else if (forwardOnly) {
+            show(forwardRows(std::move(outcome.rows)));
+        } else {
+            show(snapshotRows(outcome.rows->columns(), readAll(*outcome.rows)));
+        }
+        m_groups = std::move(groups);
         session->recordsets.push_back(this);
         m_session = session;
-        m_sort.clear();
-        m_rows = std::move(rows);
     });
+}
+
+void Recordset::show(std::unique_ptr<RowSource> rows) {
+    m_names.clear();
+    for (const auto& column : rows->columns())
+        m_names.push_back(fromUtf8(column.name));
+    m_sort.clear();
+    m_rows = std::move(rows);
 }
 
 void Recordset::detach() {
@@ -179,6 +194,7 @@ void Recordset::Close() {
     if (!m_rows)
         raise(kObjectClosed);
     m_rows.reset();
+    m_groups.reset();
     detach();
 }
 
@@ -228,7 +244,9 @@ void Recordset::setSort(const QString& criteria) {
             for (const QStringView part : splitCriteria(criteria)) {
                 bool descending = false;
                 const QStringView name = sortedName(part, descending);
-                keys.push_back({static_cast<std::size_t>(fieldIndex(name)), descending});
+                const int field = fieldIndex(name);
+                refuseChapter(field);
+                keys.push_back({static_cast<std::size_t>(field), descending});
             }
         }
         source.sort(keys);
@@ -257,7 +275,13 @@ int Recordset::fieldIndex(QAnyStringView name) const {
     return static_cast<int>(found - m_names.begin());
 }
 
+void Recordset::refuseChapter(int field) const {
+    if (isChapter(field))
+        raise(vbrt::kTypeMismatch);
+}
+
 QVariant Recordset::Value(int field) const {
+    refuseChapter(field);
     return variantOf(cell(rows(), field));
 }
 
@@ -266,18 +290,31 @@ bool Recordset::isNull(int field) const {
 }
 
 QString Recordset::text(int field) const {
+    refuseChapter(field);
     return textOf(cell(rows(), field));
 }
 
 double Recordset::number(int field) const {
+    refuseChapter(field);
     return numberOf(cell(rows(), field));
 }
 
 vbrt::Date Recordset::date(int field) const {
+    refuseChapter(field);
     const jet::Value& value = cell(rows(), field);
     if (const auto* text = std::get_if<std::string>(&value))
         return vbrt::CDate(*text);
     return {numberOf(value)};
+}
+
+std::shared_ptr<Recordset> Recordset::chapter(int field) const {
+    const jet::Value& group = cell(rows(), field);
+    if (!isChapter(field))
+        raise(vbrt::kTypeMismatch);
+    auto children = std::make_shared<Recordset>();
+    children->m_location = adUseClient;
+    children->show(m_groups->children(static_cast<std::size_t>(std::get<std::int32_t>(group))));
+    return children;
 }
 
 }  // namespace ado

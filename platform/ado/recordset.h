@@ -8,6 +8,9 @@
 // the tables it comes from. A client-side one holds all rows, moves both ways, can be sorted, and lives on without its
 // connection once setActiveConnection(nullptr) has been called. Fields are named (case ignored) or numbered from 0.
 //
+// A SHAPE statement gives a client-side recordset with a row for each group. Its field 0 is a chapter: chapter() gives
+// the rows of the group as a recordset, and reading it as a value is error 13.
+//
 // Errors: 3704 closed, 3021 no current row, 3265 no such field, 94 a Null read as text, number or date.
 #pragma once
 
@@ -23,6 +26,7 @@
 namespace ado {
 
 class Connection;
+class Groups;
 class RowSource;
 class Session;
 
@@ -58,7 +62,8 @@ class Recordset {
     void MovePrevious();
     void MoveLast();
     // "name", "name desc", "[a name] asc, other desc": a stable sort in the order of the database, Null first; then
-    // moves to the first row. An empty text restores the order of the query. Error 3219 for a forward-only recordset.
+    // moves to the first row. An empty text restores the order of the query. Error 3219 for a forward-only recordset,
+    // 13 for a chapter.
     void setSort(const QString& criteria);
     [[nodiscard]] const QString& Sort() const { return m_sort; }
 
@@ -75,24 +80,33 @@ class Recordset {
     [[nodiscard]] double number(int field) const;
     [[nodiscard]] vbrt::Date date(int field) const;
 
+    // The rows of the current row's group: a client-side recordset on its first row, disconnected, which needs neither
+    // this one nor the connection any longer. Error 13 for a field that is no chapter.
+    [[nodiscard]] std::shared_ptr<Recordset> chapter(int field) const;
+
     [[nodiscard]] QVariant Value(QAnyStringView field) const { return Value(fieldIndex(field)); }
     [[nodiscard]] bool isNull(QAnyStringView field) const { return isNull(fieldIndex(field)); }
     [[nodiscard]] QString text(QAnyStringView field) const { return text(fieldIndex(field)); }
     [[nodiscard]] double number(QAnyStringView field) const { return number(fieldIndex(field)); }
     [[nodiscard]] vbrt::Date date(QAnyStringView field) const { return date(fieldIndex(field)); }
+    [[nodiscard]] std::shared_ptr<Recordset> chapter(QAnyStringView field) const { return chapter(fieldIndex(field)); }
 
  private:
     friend class Connection;
 
     // `affected` may be nullptr.
     void run(const std::shared_ptr<Session>& session, const QString& sql, bool forwardOnly, long* affected);
+    void show(std::unique_ptr<RowSource> rows);
     void detach();
+    [[nodiscard]] bool isChapter(int field) const { return m_groups && field == 0; }
+    void refuseChapter(int field) const;
     [[nodiscard]] RowSource& rows() const;
 
     int m_location = adUseServer;
     QString m_sort;
     std::vector<QString> m_names;
     std::unique_ptr<RowSource> m_rows;   // empty when closed
+    std::unique_ptr<Groups> m_groups;    // of a SHAPE statement; field 0 holds the numbers of the groups
     std::shared_ptr<Session> m_session;  // empty when closed or disconnected
 };
 

@@ -91,14 +91,12 @@ int compareValues(const jet::Value& a, const jet::Value& b) {
 
 class Snapshot : public RowSource {
  public:
-    Snapshot(std::vector<jetsql::OutputColumn> columns, std::vector<jet::Row> rows)
-        : m_columns(std::move(columns)), m_rows(std::move(rows)), m_order(m_rows.size()) {
-        std::iota(m_order.begin(), m_order.end(), 0U);
-    }
+    Snapshot(std::vector<jetsql::OutputColumn> columns, SharedRows rows, std::vector<std::uint32_t> places)
+        : m_columns(std::move(columns)), m_rows(std::move(rows)), m_order(std::move(places)) {}
 
     const std::vector<jetsql::OutputColumn>& columns() const override { return m_columns; }
     const jet::Row* current() const override {
-        return m_place < 0 || m_place >= size() ? nullptr : &m_rows[m_order[static_cast<std::size_t>(m_place)]];
+        return m_place < 0 || m_place >= size() ? nullptr : &(*m_rows)[m_order[static_cast<std::size_t>(m_place)]];
     }
     bool atBeginning() const override { return m_place < 0 || size() == 0; }
     bool atEnd() const override { return m_place >= size(); }
@@ -118,10 +116,10 @@ class Snapshot : public RowSource {
     }
 
     void sort(const std::vector<SortKey>& keys) override {
-        std::iota(m_order.begin(), m_order.end(), 0U);
+        std::sort(m_order.begin(), m_order.end());
         std::stable_sort(m_order.begin(), m_order.end(), [&](std::uint32_t a, std::uint32_t b) {
             for (const SortKey& key : keys) {
-                const int order = compareValues(m_rows[a][key.column], m_rows[b][key.column]);
+                const int order = compareValues((*m_rows)[a][key.column], (*m_rows)[b][key.column]);
                 if (order != 0)
                     return key.descending ? order > 0 : order < 0;
             }
@@ -131,7 +129,7 @@ class Snapshot : public RowSource {
     }
 
  private:
-    [[nodiscard]] std::ptrdiff_t size() const { return static_cast<std::ptrdiff_t>(m_rows.size()); }
+    [[nodiscard]] std::ptrdiff_t size() const { return static_cast<std::ptrdiff_t>(m_order.size()); }
     void moveTo(std::ptrdiff_t place) {
         if (size() == 0)
             raise(kNoCurrentRecord);
@@ -139,27 +137,34 @@ class Snapshot : public RowSource {
     }
 
     std::vector<jetsql::OutputColumn> m_columns;
-    std::vector<jet::Row> m_rows;
-    std::vector<std::uint32_t> m_order;  // positions in m_rows
+    SharedRows m_rows;
+    std::vector<std::uint32_t> m_order;  // places in m_rows; ascending is the order of the query
     std::ptrdiff_t m_place = 0;          // -1 = before the first, size() = behind the last
 };
 
 }  // namespace
 
-std::unique_ptr<RowSource> forwardRows(std::unique_ptr<jetsql::Rows> rows) {
-    return std::make_unique<Forward>(std::move(rows));
-}
-
-std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, std::vector<jet::Row> rows) {
-    return std::make_unique<Snapshot>(std::move(columns), std::move(rows));
-}
-
-std::unique_ptr<RowSource> snapshotRows(jetsql::Rows& rows) {
+SharedRows readAll(jetsql::Rows& rows) {
     std::vector<jet::Row> all;
     jet::Row row;
     while (rows.next(row))
         all.push_back(std::exchange(row, {}));
-    return snapshotRows(rows.columns(), std::move(all));
+    return std::make_shared<const std::vector<jet::Row>>(std::move(all));
+}
+
+std::unique_ptr<RowSource> forwardRows(std::unique_ptr<jetsql::Rows> rows) {
+    return std::make_unique<Forward>(std::move(rows));
+}
+
+std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, SharedRows rows) {
+    std::vector<std::uint32_t> places(rows->size());
+    std::iota(places.begin(), places.end(), 0U);
+    return snapshotRows(std::move(columns), std::move(rows), std::move(places));
+}
+
+std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, SharedRows rows,
+                                        std::vector<std::uint32_t> places) {
+    return std::make_unique<Snapshot>(std::move(columns), std::move(rows), std::move(places));
 }
 
 }  // namespace ado

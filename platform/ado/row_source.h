@@ -5,6 +5,7 @@
 // whatever producing a row throws.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -40,10 +41,15 @@ class RowSource {
     RowSource() = default;
 };
 
-// Both stand on the first row, if there is one.
+using SharedRows = std::shared_ptr<const std::vector<jet::Row>>;
+
+SharedRows readAll(jetsql::Rows& rows);
+
+// All stand on the first row, if there is one.
 std::unique_ptr<RowSource> forwardRows(std::unique_ptr<jetsql::Rows> rows);
-std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, std::vector<jet::Row> rows);
-// Reads everything.
-std::unique_ptr<RowSource> snapshotRows(jetsql::Rows& rows);
+std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, SharedRows rows);
+// Those of `rows` at the ascending places.
+std::unique_ptr<RowSource> snapshotRows(std::vector<jetsql::OutputColumn> columns, SharedRows rows,
+                                        std::vector<std::uint32_t> places);
 
 }  // namespace ado

@@ -15,6 +15,7 @@ class Recordset;
 class Session {
  public:
     std::shared_ptr<jet::Database> database;
+    bool shapes = false;                 // takes SHAPE statements as well
     std::vector<Recordset*> recordsets;  // each takes itself off the list
 };
 

@@ -78,6 +78,7 @@ class tst_jet_engine : public QObject {
         const QString good = fixture::connectionString(source);
         const QString goodCopy = fixture::connectionString(m_dir.filePath("copy.mdb")) + kEngineType;
         QTest::newRow("no provider") << "Data Source=" + source << goodCopy << "3706 ";
+        QTest::newRow("data shaping") << "Provider=MSDataShape;Data " + good << goodCopy << "3706 ";
         QTest::newRow("wrong password") << fixture::connectionString(source, "x") << goodCopy
                                         << "-2147217843 Not a valid password.";
         QTest::newRow("no source") << fixture::connectionString(source + "x") << goodCopy
