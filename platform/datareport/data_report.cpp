@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include "datareport/data_report.h"
+
+#include "controls/hourglass.h"
+#include "datareport/content.h"
+#include "datareport/pdf.h"
+#include "datareport/preview.h"
+#include "datareport/print_job.h"
+#include "vbrt/error.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace datareport {
+
+namespace {
+constexpr long kInvalidProperty = 380;
+}
+
+class DataReport::Impl {
+ public:
+    explicit Impl(Design design) : m_design(std::move(design)) {}
+
+    void setRows(std::unique_ptr<Rows> rows) {
+        m_rows = std::move(rows);
+        m_content.reset();
+        m_pages.reset();
+    }
+    // Of a design that is about to change.
+    Design& changeDesign() {
+        m_pages.reset();
+        return m_design;
+    }
+    [[nodiscard]] const Design& design() const { return m_design; }
+
+    const Pages& pagesFor(const Paper& paper) {
+        const Content& read = content();
+        if (!m_pages || m_pages->paper != paper)
+            m_pages = layOut(m_design, read, paper);
+        return *m_pages;
+    }
+
+ private:
+    const Content& content() {
+        if (!m_content) {
+            const std::unique_ptr<Rows> rows = std::exchange(m_rows, nullptr);
+            if (!rows)
+                vbrt::raise(vbrt::kObjectNotSet);
+            m_content = readContent(m_design, *rows);
+        }
+        return *m_content;
+    }
+
+    Design m_design;
+    std::unique_ptr<Rows> m_rows;  // until they are read
+    std::optional<Content> m_content;
+    std::optional<Pages> m_pages;
+};
+
+DataReport::DataReport(Design design) : m_impl(std::make_unique<Impl>(std::move(design))) {}
+DataReport::~DataReport() = default;
+
+void DataReport::setDataSource(std::unique_ptr<Rows> rows) {
+    m_impl->setRows(std::move(rows));
+}
+
+void DataReport::setOrientation(Orientation orientation) {
+    m_impl->changeDesign().orientation = orientation;
+}
+
+void DataReport::setCaption(Band band, const QString& name, const QString& caption) {
+    for (BandDesign& one : m_impl->changeDesign().bands) {
+        const auto isIt = [&](const Control& control) {
+            return control.kind == Control::Kind::Label && control.name == name;
+        };
+        const auto found = std::ranges::find_if(one.controls, isIt);
+        if (one.band == band && found != one.controls.end()) {
+            found->caption = QString(caption).replace(u'%', QLatin1String("%%"));
+            return;
+        }
+    }
+    vbrt::raise(kInvalidProperty);
+}
+
+const Design& DataReport::design() const {
+    return m_impl->design();
+}
+
+const Pages& DataReport::pages() {
+    return m_impl->pagesFor(printerPaper(design().orientation));
+}
+
+void DataReport::Show(QWidget* owner) {
+    Preview preview(*this, owner);
+    preview.exec();
+}
+
+void DataReport::PrintReport(QWidget* owner, bool dialog) {
+    PrintJob job(design().title, design().orientation);
+    if (dialog && !job.ask(owner))
+        return;
+    const controls::Hourglass hourglass;
+    job.print(m_impl->pagesFor(job.paper()));
+}
+
+void DataReport::ExportPdf(const QString& path) {
+    const controls::Hourglass hourglass;
+    writePdf(pages(), design().title, path);
+}
+
+}  // namespace datareport
