@@ -36,6 +36,11 @@ void Connection::setProvider(const QString& provider) {
     m_provider = provider;
 }
 
+void Connection::setPrompt(int prompt) {
+    if (prompt != adPromptNever)
+        raise(kWrongArgument);
+}
+
 void Connection::Open(const QString& connectionString, const QString& user, const QString& password, int options) {
     guarded([&] {
         if (m_session)

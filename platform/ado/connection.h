@@ -37,6 +37,9 @@ class Connection {
     void setProvider(const QString& provider);
     [[nodiscard]] const QString& Provider() const { return m_provider; }
 
+    // Whether Open may ask for a login. It never does: adPromptNever is the one value, error 3001 for others.
+    void setPrompt(int prompt);
+
     // Keys: Provider, Data Provider (the provider below, which data shaping needs), Data Source (a path), Jet
     // OLEDB:Database Password, Mode=Read for a database that is never written, Jet OLEDB:Engine Type (ignored: the file
     // says what it is), User ID and Password ("admin" or empty, and empty). `user` and `password` count where the
