@@ -48,3 +48,7 @@ add_dependencies(deb coinvale)
 if(TARGET help_file)
   add_dependencies(deb help_file)
 endif()
+
+add_test(NAME install COMMAND ${CMAKE_COMMAND} "-DBUILD=${PROJECT_BINARY_DIR}"
+                              "-DTREE=${PROJECT_BINARY_DIR}/tests/installed" -P "${PROJECT_SOURCE_DIR}/tests/install.cmake")
+set_tests_properties(install PROPERTIES LABELS install)
