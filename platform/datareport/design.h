@@ -30,7 +30,7 @@ enum class Align { Left, Center, Right, Decimal };
 // goes on over the end of a page repeats its header.
 enum class Band { ReportHeader, PageHeader, GroupHeader, Detail, GroupFooter, PageFooter, ReportFooter };
 
-// Text starts at `left` and `top` and gets `width`; its height is that of its lines. Places may touch: four points at
+// Text starts at `left` and `top` and gets `width`; its height is that of its lines. Places may touch: six points at
 // the right of each stay free, save at the right edge of the report. What stands below a text that takes several lines
 // moves down with it.
 struct Place {

@@ -13,7 +13,7 @@ namespace datareport {
 
 namespace {
 
-constexpr double kGap = 4;           // free at the right of a text, so that it never touches the next
+constexpr double kGap = 6;           // free at the right of a text, so that it never touches the next
 constexpr double kSpaceBelow = 4;    // of a band's empty foot, this much stays below a text that grew
 constexpr double kTolerance = 0.01;  // what adding up heights may lose
 constexpr int kManyPages = 99999;    // stands for numbers of pages not yet known

@@ -1,0 +1,469 @@
+// SPDX-License-Identifier: MIT
+#include "datareport/layout.h"
+
+#include "datareport/table_rows.h"
+
+#include <QRegularExpression>
+#include <QTest>
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <ranges>
+
+using datareport::Align;
+using datareport::Band;
+using datareport::BandDesign;
+using datareport::Design;
+using datareport::Item;
+using datareport::label;
+using datareport::Page;
+using datareport::Pages;
+using datareport::Paper;
+using datareport::rule;
+using datareport::Style;
+using datareport::sum;
+using datareport::textBox;
+using datareport::Typeface;
+
+Q_DECLARE_METATYPE(Table)
+Q_DECLARE_METATYPE(datareport::Paper)
+
+class tst_layout : public QObject {
+    Q_OBJECT
+
+ private slots:
+    void init() { vbrt::setToday(vbrt::DateSerial(2026, 3, 9)); }
+    void wrap_data();
+    void wrap();
+    void wideNumbers_data();
+    void wideNumbers();
+    void rows_data();
+    void rows();
+    void groups_data();
+    void groups();
+    void values_data();
+    void values();
+    void bandsGrow();
+    void papers_data();
+    void papers();
+    void sumOfText();
+};
+
+namespace {
+
+const Style kRight = {.align = Align::Right};
+const QVariant kNull;
+
+// 200 x 128 points inside the margins: six rows between header and footer.
+const Paper kSmall = {.size = {272, 200}};
+
+Design ledger() {
+    return {
+        .name = "rptLedger",
+        .title = "Ledger",
+        .width = 200,
+        .bands = {
+            {Band::PageHeader, 20, {label("lbl", "%i %d", {0, 0, 130}), label("p", "%p/%P", {130, 0, 70})}},
+            {Band::Detail,
+             14,
+             {textBox("txt", "payee", "", {0, 0, 100}), textBox("amt", "AMOUNT", "#,##0.00", {100, 0, 100}, kRight)}},
+            {Band::PageFooter, 14, {rule("rule", {0, 2, 200})}},
+            {Band::ReportFooter,
+             20,
+             {label("lbl", "Total", {0, 4, 100}), sum("sum", "amount", "#,##0.00", {100, 4, 100}, kRight)}},
+        }};
+}
+
+Design grouped() {
+    Design design = ledger();
+    design.childMember = "rows";
+    design.bands.push_back({Band::GroupHeader, 14, {textBox("txt", "envelope", "", {0, 0, 200})}});
+    design.bands.push_back({Band::GroupFooter, 14, {sum("sum", "amount", "#,##0.00", {100, 0, 100}, kRight)}});
+    design.bands.push_back({Band::ReportHeader, 14, {label("lbl", "Everything", {0, 0, 200})}});
+    return design;
+}
+
+Table items(int count, const QString& name = "Row") {
+    Table table{{"payee", "amount"}, {}, {}};
+    for (int i = 1; i <= count; ++i)
+        table.rows.push_back({QStringLiteral("%1 %2").arg(name).arg(i), 1.0 * i});
+    return table;
+}
+
+Pages laidOut(const Design& design, const Table& table, const Paper& paper) {
+    TableRows rows(table);
+    return datareport::layOut(design, datareport::readContent(design, rows), paper);
+}
+
+// As dump(), without the left edges.
+QString texts(const Pages& pages) {
+    static const QRegularExpression edges("(^|\\| )-?\\d+ ", QRegularExpression::MultilineOption);
+    return datareport::dump(pages).replace(edges, "\\1");
+}
+
+}  // namespace
+
+void tst_layout::wrap_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<double>("width");
+    QTest::addColumn<int>("lines");
+    QTest::addColumn<QString>("shown");  // "|" between lines
+
+    // In points of Arial 10: "i" 2.2, a blank 2.8, "a" 5.6, "M" 8.3, an ellipsis 10.
+    QTest::newRow("fits") << "aaaa" << 23.0 << 1 << "aaaa";
+    QTest::newRow("one line ends in an ellipsis") << "aaaaaa" << 23.0 << 1 << u8"aa\u2026";
+    QTest::newRow("no blank before the ellipsis") << "aa aaa" << 25.0 << 1 << u8"aa\u2026";
+    QTest::newRow("ellipsis alone") << "MMM" << 12.0 << 1 << u8"\u2026";
+    QTest::newRow("not even that") << "MMM" << 9.0 << 1 << "";
+    QTest::newRow("broken at blanks") << "aaa aa aaaa" << 34.0 << 3 << "aaa aa|aaaa";
+    QTest::newRow("blank just behind the edge") << "aaaa aa" << 22.5 << 2 << "aaaa|aa";
+    QTest::newRow("long word broken inside") << "aaaaaaaaa a" << 23.0 << 3 << "aaaa|aaaa|a a";
+    QTest::newRow("word behind leading blanks") << "  aaaaaaa" << 23.0 << 2 << "  aaa|aaaa";
+    QTest::newRow("last line ends in an ellipsis") << "aaa aaa aaa" << 23.0 << 2 << u8"aaa|aa\u2026";
+    QTest::newRow("line breaks") << "a\r\nb\nc\rd" << 60.0 << 9 << "a|b|c|d";
+    QTest::newRow("empty line") << "a\r\n\r\nb" << 60.0 << 9 << "a||b";
+    QTest::newRow("break at the end is nothing") << "a\r\n" << 60.0 << 2 << "a";
+    QTest::newRow("more lines than allowed") << "a\nb\nc" << 60.0 << 2 << u8"a|b\u2026";
+    QTest::newRow("breaks on one line are blanks") << "a\r\nb\nc" << 60.0 << 1 << "a b c";
+    QTest::newRow("control characters are blanks") << QString(
+                                                          "a\tb\x01"
+                                                          "c")
+                                                   << 60.0 << 3 << "a b c";
+    QTest::newRow("ampersand") << "a && b &c" << 60.0 << 1 << "a && b &c";
+    QTest::newRow("accents") << u8"Müßé – “x” €" << 99.0 << 1 << u8"Müßé – “x” €";
+    QTest::newRow("surrogates stay whole") << u8"\U0001F600\U0001F600\U0001F600" << 14.0 << 1 << u8"\u2026";
+    QTest::newRow("empty") << "" << 10.0 << 2 << "";
+}
+
+void tst_layout::wrap() {
+    QFETCH(QString, text);
+    QFETCH(double, width);
+    QFETCH(int, lines);
+    QStringList shown;
+    for (const auto& line : Typeface(10, false).wrap(text, width, lines)) {
+        QVERIFY2(line.width <= width, qPrintable(line.text));
+        QVERIFY(line.text.isValidUtf16());
+        shown += line.text;
+    }
+    QTEST(shown.join('|'), "shown");
+}
+
+void tst_layout::wideNumbers_data() {
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QString>("shown");
+
+    // The amounts' column is 100 points wide.
+    QTest::newRow("fits") << QVariant(-123456789.25) << "#,##0.00"
+                          << "-123,456,789.25";
+    QTest::newRow("number") << QVariant(1e20) << "#,##0.00"
+                            << "###################";
+    QTest::newRow("number without format") << QVariant(123456789012345.0) << ""
+                                           << "123456789012345";
+    QTest::newRow("date") << QVariant::fromValue(vbrt::Date{46000}) << "dddd, mmmm dd, yyyy hh:nn"
+                          << "###################";
+    QTest::newRow("text") << QVariant("123456789012345678901234") << "" << u8"123456789012345678…";
+}
+
+void tst_layout::wideNumbers() {
+    QFETCH(QVariant, value);
+    QFETCH(QString, format);
+    Design design = ledger();
+    design.bands[1].controls[1].format = format;
+    const Pages pages = laidOut(design, {{"payee", "amount"}, {{"", value}}, {}}, kSmall);
+    const auto& items = pages.pages[0].items;
+    // Behind the date and the numbers of the header.
+    QTEST(items[1].text, "shown");
+    QVERIFY(items[1].left >= 100);
+    QVERIFY(std::abs(items[1].left + items[1].width - 200) < 0.01);
+}
+
+void tst_layout::rows_data() {
+    QTest::addColumn<Table>("table");
+    QTest::addColumn<QString>("pages");
+
+    QTest::newRow("no rows") << items(0) << R"(=== page 1
+0 Ledger 3/9/2026 | 130 1/1
+0 Total | 182 0.00
+0 ----
+)";
+    QTest::newRow("one row") << items(1) << R"(=== page 1
+0 Ledger 3/9/2026 | 130 1/1
+0 Row 1 | 182 1.00
+0 Total | 182 1.00
+0 ----
+)";
+    QTest::newRow("full page, the last row goes with the total") << items(6) << R"(=== page 1
+0 Ledger 3/9/2026 | 130 1/2
+0 Row 1 | 182 1.00
+0 Row 2 | 182 2.00
+0 Row 3 | 182 3.00
+0 Row 4 | 182 4.00
+0 Row 5 | 182 5.00
+0 ----
+=== page 2
+0 Ledger 3/9/2026 | 130 2/2
+0 Row 6 | 182 6.00
+0 Total | 177 21.00
+0 ----
+)";
+    QTest::newRow("over a page") << items(7) << R"(=== page 1
+0 Ledger 3/9/2026 | 130 1/2
+0 Row 1 | 182 1.00
+0 Row 2 | 182 2.00
+0 Row 3 | 182 3.00
+0 Row 4 | 182 4.00
+0 Row 5 | 182 5.00
+0 Row 6 | 182 6.00
+0 ----
+=== page 2
+0 Ledger 3/9/2026 | 130 2/2
+0 Row 7 | 182 7.00
+0 Total | 177 28.00
+0 ----
+)";
+    QTest::newRow("Null is blank and counts as 0")
+        << Table{{"payee", "amount"}, {{kNull, -2.5}, {"Müller & Söhne", kNull}}, {}} << R"(=== page 1
+0 Ledger 3/9/2026 | 130 1/1
+179 -2.50
+0 Müller & Söhne
+0 Total | 179 -2.50
+0 ----
+)";
+    QTest::newRow("nothing is lost beside large amounts")
+        << Table{{"payee", "amount"}, {{"a", 1e15}, {"b", 0.03}, {"c", 0.04}, {"d", -1e15}}, {}} << R"(=== page 1
+0 Ledger 3/9/2026 | 130 1/1
+0 a | 105 ###################
+0 b | 182 0.03
+0 c | 182 0.04
+0 d | 105 ###################
+0 Total | 182 0.07
+0 ----
+)";
+}
+
+void tst_layout::rows() {
+    QFETCH(Table, table);
+    QTEST(datareport::dump(laidOut(ledger(), table, kSmall)), "pages");
+}
+
+void tst_layout::groups_data() {
+    QTest::addColumn<Table>("table");
+    QTest::addColumn<QString>("pages");
+
+    QTest::newRow("no groups") << Table{{"envelope"}, {}, {}} << R"(=== page 1
+Everything
+Ledger 3/9/2026 | 1/1
+Total | 0.00
+----
+)";
+    QTest::newRow("group without rows") << Table{{"envelope"}, {{"Rent"}}, {items(0)}} << R"(=== page 1
+Everything
+Ledger 3/9/2026 | 1/1
+Rent
+0.00
+Total | 0.00
+----
+)";
+    // The first page has room for one more line than that, which would be the header of the second group alone.
+    QTest::newRow("header goes with its first row, and again on every page")
+        << Table{{"envelope"}, {{"Rent"}, {"Food"}}, {items(2, "R"), items(8, "F")}} << R"(=== page 1
+Everything
+Ledger 3/9/2026 | 1/3
+Rent
+R 1 | 1.00
+R 2 | 2.00
+3.00
+----
+=== page 2
+Ledger 3/9/2026 | 2/3
+Food
+F 1 | 1.00
+F 2 | 2.00
+F 3 | 3.00
+F 4 | 4.00
+F 5 | 5.00
+----
+=== page 3
+Ledger 3/9/2026 | 3/3
+Food
+F 6 | 6.00
+F 7 | 7.00
+F 8 | 8.00
+36.00
+Total | 39.00
+----
+)";
+    QTest::newRow("last row goes with the totals") << Table{{"envelope"}, {{"Rent"}}, {items(4)}} << R"(=== page 1
+Everything
+Ledger 3/9/2026 | 1/2
+Rent
+Row 1 | 1.00
+Row 2 | 2.00
+Row 3 | 3.00
+----
+=== page 2
+Ledger 3/9/2026 | 2/2
+Rent
+Row 4 | 4.00
+10.00
+Total | 10.00
+----
+)";
+}
+
+void tst_layout::groups() {
+    QFETCH(Table, table);
+    QTEST(texts(laidOut(grouped(), table, kSmall)), "pages");
+}
+
+void tst_layout::values_data() {
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QString>("shown");
+
+    const auto date = QVariant::fromValue(*vbrt::makeDate(2026, 3, 9, 6 * 3600));
+    QTest::newRow("date") << date << "mm/dd/yyyy"
+                          << "03/09/2026";
+    QTest::newRow("date without format") << date << ""
+                                         << "3/9/2026 6:00:00 AM";
+    QTest::newRow("money") << QVariant(1234.5) << "\"$\"#,##0.00"
+                           << "$1,234.50";
+    QTest::newRow("negative money") << QVariant(-1234.5) << "\"$\"#,##0.00"
+                                    << "-$1,234.50";
+    QTest::newRow("parentheses") << QVariant(-5.0) << "#,##0.00;(#,##0.00)"
+                                 << "(5.00)";
+    QTest::newRow("hardly negative") << QVariant(-1e-9) << "\"$\"#,##0.00"
+                                     << "$0.00";
+    QTest::newRow("number without format") << QVariant(0.1 + 0.2) << ""
+                                           << "0.3";
+    QTest::newRow("whole number") << QVariant(7) << ""
+                                  << "7";
+    QTest::newRow("yes") << QVariant(true) << ""
+                         << "True";
+    QTest::newRow("text") << QVariant("*") << ""
+                          << "*";
+}
+
+void tst_layout::values() {
+    QFETCH(QVariant, value);
+    QFETCH(QString, format);
+    Design design = ledger();
+    design.bands = {{Band::Detail, 14, {textBox("txt", "field", format, {0, 0, 200})}}};
+    QTEST(texts(laidOut(design, {{"field"}, {{value}}, {}}, kSmall)).section('\n', 1, 1), "shown");
+}
+
+// What stands below a text moves down when it takes more lines; the band grows with it.
+void tst_layout::bandsGrow() {
+    Design design{.title = "Notes", .width = 200, .bands = {}};
+    design.bands = {{Band::Detail,
+                     30,
+                     {textBox("note", "note", "", {0, 0, 60}, {.size = 10, .lines = 3}),
+                      label("right", "beside", {60, 0, 60}, {.size = 10}), rule("rule", {0, 14, 200}),
+                      label("below", "below", {0, 16, 60})}}};
+    const Table notes{{"note"}, {{"one"}, {"one\ntwo\nthree"}, {"one\ntwo"}}, {}};
+    const Pages pages = laidOut(design, notes, kSmall);
+    QCOMPARE(datareport::dump(pages), R"(=== page 1
+0 one | 60 beside
+0 ----
+0 below
+0 one | 60 beside
+0 two
+0 three
+0 ----
+0 below
+0 one | 60 beside
+0 two
+0 ----
+0 below
+)");
+    const auto& items = pages.pages[0].items;
+    const double line = Typeface(10, false).lineHeight();
+    const auto ruleAt = [&](int which) {
+        auto rules = items | std::views::filter([](const Item& item) { return item.typeface < 0; });
+        return std::next(rules.begin(), which)->baseline;
+    };
+    QCOMPARE(ruleAt(0), 14.0);
+    QCOMPARE(ruleAt(1), 30 + 14 + 2 * line);
+}
+
+void tst_layout::papers_data() {
+    QTest::addColumn<Paper>("paper");
+    QTest::addColumn<double>("scale");  // 0: below 1
+
+    QTest::newRow("Letter") << Paper{{612, 792}} << 1.0;
+    QTest::newRow("Letter landscape") << Paper{{792, 612}} << 1.0;
+    QTest::newRow("A4") << Paper{{595, 842}} << 1.0;
+    QTest::newRow("A4 landscape, wide margins") << Paper{{842, 595}, 60} << 1.0;
+    QTest::newRow("A6, too narrow") << Paper{{298, 420}} << (298 - 72) / 500.0;
+    QTest::newRow("till roll") << Paper{{164, 600}} << (164 - 72) / 500.0;
+    QTest::newRow("label, too low") << Paper{{800, 120}} << 0.0;
+    QTest::newRow("no room inside the margins") << Paper{{60, 60}} << 0.0;
+}
+
+// Random rows on all papers: nothing is lost, cut, outside the margins or over something else.
+void tst_layout::papers() {
+    QFETCH(Paper, paper);
+    QFETCH(double, scale);
+    Design design = grouped();
+    design.width = 500;
+    design.bands[1].controls = {textBox("n", "n", "", {0, 0, 40}),
+                                textBox("payee", "payee", "", {40, 0, 100}, {.lines = 2}),
+                                textBox("amount", "amount", "#,##0.00", {140, 0, 80}, kRight),
+                                textBox("comment", "comment", "", {220, 0, 280}, {.size = 8, .lines = 4})};
+
+    std::mt19937 random(20260309);
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    const auto words = [&](int most) {
+        QString text;
+        for (int i = below(most); i > 0; --i)
+            text += QString(below(25) + 1, QChar('a' + below(26))) + (below(7) == 0 ? "\r\n" : " ");
+        return text;
+    };
+    Table table{{"envelope"}, {}, {}};
+    QStringList numbers;
+    for (int group = 0; group < 12; ++group) {
+        Table rows{{"n", "payee", "amount", "comment"}, {}, {}};
+        for (int i = below(30); i > 0; --i) {
+            numbers += QStringLiteral("#%1").arg(numbers.size());
+            rows.rows.push_back({numbers.back(), words(6), std::pow(-9.0, below(14)), words(40)});
+        }
+        table.rows.push_back({QStringLiteral("Group %1").arg(group)});
+        table.groups.push_back(rows);
+    }
+
+    const Pages pages = laidOut(design, table, paper);
+    if (scale > 0)
+        QCOMPARE(pages.scale, scale);
+    else
+        QVERIFY(pages.scale > 0 && pages.scale < 1);
+    const double width = std::max(1.0, paper.size.width() - 2 * paper.margin) / pages.scale;
+    const double height = std::max(1.0, paper.size.height() - 2 * paper.margin) / pages.scale;
+    QStringList shown;
+    for (const Page& page : pages.pages) {
+        std::vector<QRectF> taken;
+        for (const Item& item : page.items) {
+            if (item.text.startsWith('#') && item.left < 1)
+                shown += item.text;
+            QVERIFY(item.left >= 0 && item.left + item.width < width + 0.01);
+            if (item.typeface < 0)
+                continue;
+            const Typeface& face = pages.typefaces[static_cast<std::size_t>(item.typeface)];
+            const QRectF place(item.left, item.baseline - face.ascent() + 0.1, item.width, face.lineHeight() - 0.2);
+            QVERIFY(place.top() >= 0 && place.bottom() < height);
+            for (const QRectF& other : taken)
+                QVERIFY2(!other.intersects(place), qPrintable(item.text));
+            taken.push_back(place);
+        }
+    }
+    QCOMPARE(shown, numbers);
+}
+
+void tst_layout::sumOfText() {
+    QCOMPARE(texts(laidOut(ledger(), {{"payee", "amount"}, {{"a", "1.5"}, {"b", 2}}, {}}, kSmall)).section('\n', 4, 4),
+             "Total | 3.50");
+    QVERIFY_EXCEPTION_THROWN(laidOut(ledger(), {{"payee", "amount"}, {{"a", "much"}}, {}}, kSmall), vbrt::Error);
+}
+
+QTEST_MAIN(tst_layout)
+#include "tst_layout.moc"
