@@ -32,11 +32,20 @@ class NodeDelegate : public QStyledItemDelegate {
         const QIcon icon = m_images.value(index.data(selected ? kSelectedImage : kImage).toString());
         if (icon.isNull())
             return;
-        option->icon = icon;
+        option->icon = selected ? untinted(icon, *option) : icon;
         option->features |= QStyleOptionViewItem::HasDecoration;
     }
 
  private:
+    // Styles tint the picture of a selected row unless the icon brings one of its own for it.
+    static QIcon untinted(const QIcon& icon, const QStyleOptionViewItem& option) {
+        const qreal scale = option.widget != nullptr ? option.widget->devicePixelRatioF() : 1;
+        const QPixmap picture = icon.pixmap(option.decorationSize, scale);
+        QIcon result(picture);
+        result.addPixmap(picture, QIcon::Selected);
+        return result;
+    }
+
     const QHash<QString, QIcon>& m_images;
 };
 

@@ -121,22 +121,19 @@ void tst_tree_view::images() {
     window.tree.selectNode(2);
     QCOMPARE(window.tree.nodeImage(2), "open");
     QCOMPARE(window.tree.nodeImage(3), "closed");
-    // How much more red than green the picture is; a selected one is tinted by the style.
-    const auto redness = [&window](int node) {
+    // Pixels of exactly that colour: a selected picture is not tinted either.
+    const auto pixels = [&window](int node, Qt::GlobalColor color) {
         const QImage image = window.tree.viewport()->grab().toImage();
-        int sum = 0;
-        for (int x = 0; x < image.width(); ++x) {
-            const QColor pixel = image.pixelColor(x, window.at(node).y());
-            sum += pixel.red() - pixel.green();
-        }
-        return sum;
+        int count = 0;
+        for (int x = 0; x < image.width(); ++x)
+            count += image.pixelColor(x, window.at(node).y()) == QColor(color) ? 1 : 0;
+        return count;
     };
-    const int before = redness(3);
-    QVERIFY(before > 1'000);
-    QVERIFY(redness(2) < -1'000);
+    QCOMPARE(pixels(2, Qt::green), 16);
+    QCOMPARE(pixels(3, Qt::red), 16);
     window.tree.selectNode(3);
-    QVERIFY(redness(3) < -1'000);
-    QCOMPARE(redness(2), before);
+    QCOMPARE(pixels(3, Qt::green), 16);
+    QCOMPARE(pixels(2, Qt::red), 16);
 }
 
 void tst_tree_view::removal_data() {
