@@ -10,7 +10,7 @@ namespace chm {
 
 namespace {
 
-constexpr std::uint64_t kMaxEntrySize = std::uint64_t{64} << 20;
+constexpr std::uint64_t kMaxEntrySize = std::uint64_t{16} << 20;
 constexpr std::uint64_t kMaxFramesPerReset = 64;
 
 constexpr std::string_view kStorage = "::dataspace/storage/mscompressed/";

@@ -49,6 +49,9 @@ QList<PageText> readPages(const chm::File& file) {
             if (page.title.isEmpty())
                 page.title = QFileInfo(page.path).completeBaseName();
             page.text = document.toPlainText().simplified();
+            // The heading repeats the title.
+            if (page.text.startsWith(page.title))
+                page.text = page.text.mid(page.title.size()).trimmed();
             pages.append(page);
         } catch (const chm::Error&) {
             // The other pages can be searched all the same.

@@ -173,15 +173,20 @@ void SidePane::openFirst() {
         openListItem(item);
 }
 
+// An entry that begins with the text is selected before one that has it within.
 void SidePane::filterIndex(const QString& text) {
-    QListWidgetItem* first = nullptr;
+    const QString wanted = text.trimmed();
+    QListWidgetItem* best = nullptr;
     for (int row = 0; row < m_indexList->count(); ++row) {
         QListWidgetItem* item = m_indexList->item(row);
-        item->setHidden(!item->text().contains(text.trimmed(), Qt::CaseInsensitive));
-        if (first == nullptr && !item->isHidden())
-            first = item;
+        item->setHidden(!item->text().contains(wanted, Qt::CaseInsensitive));
+        const auto begins = [&wanted](const QListWidgetItem* entry) {
+            return entry->text().startsWith(wanted, Qt::CaseInsensitive);
+        };
+        if (!item->isHidden() && (best == nullptr || (begins(item) && !begins(best))))
+            best = item;
     }
-    m_indexList->setCurrentItem(text.isEmpty() ? nullptr : first);
+    m_indexList->setCurrentItem(wanted.isEmpty() ? nullptr : best);
 }
 
 void SidePane::searchPages(const QString& text) {
@@ -197,7 +202,6 @@ void SidePane::searchPages(const QString& text) {
     for (const Found& page : found) {
         auto* item = new QListWidgetItem(page.title + '\n' + page.excerpt, m_searchList);
         item->setData(kPath, page.path);
-        item->setIcon(QIcon(":/htmlhelp/page.svg"));
     }
     m_searchList->setCurrentRow(0);
     m_searchCount->setText(found.isEmpty()     ? QString("No page has these words.")

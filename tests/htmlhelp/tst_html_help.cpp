@@ -181,8 +181,10 @@ void tst_html_help::refuses() {
 
 void tst_html_help::everyEntryLeadsToAPage() {
     const chm::File file(HELP_FILE);
-    const QStringList entries = locals(file.contents()) + locals(file.index());
+    QStringList entries = locals(file.contents()) + locals(file.index());
     QVERIFY(entries.size() >= 20);
+    entries.sort();
+    entries.removeDuplicates();
     QVERIFY(open(kFile));
     for (const QString& entry : entries) {
         QVERIFY2(static_cast<HelpWindow*>(helpWindow())->showPage(entry), qPrintable(entry));
@@ -245,6 +247,7 @@ void tst_html_help::indexByTyping() {
     press(Qt::Key_A, Qt::ControlModifier);
     QTest::keyClicks(helpWindow()->focusWidget(), "e");
     const int row = list->currentRow();
+    QVERIFY(list->currentItem()->text().startsWith('E'));
     press(Qt::Key_Down);
     QVERIFY(list->currentRow() > row && !list->currentItem()->isHidden());
     QTest::keyClicks(helpWindow()->focusWidget(), "xyzzy");
@@ -384,7 +387,8 @@ void tst_html_help::picturesFitThePage() {
             for (QTextBlock block = view()->document()->begin(); block.isValid(); block = block.next()) {
                 for (auto it = block.begin(); !it.atEnd(); ++it) {
                     const QTextImageFormat format = it.fragment().charFormat().toImageFormat();
-                    if (!format.isValid())
+                    const QString name = "html/" + format.name().section('?', 0, 0);
+                    if (!format.isValid() || file.resolve(name.toStdString()).empty())
                         continue;
                     ++pictures;
                     QVERIFY2(format.width() > 0 && format.width() < view()->viewport()->width(), page.c_str());
