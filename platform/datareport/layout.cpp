@@ -205,14 +205,18 @@ class Layouter {
         return face.wrap(cell->text, field.width, style.lines);
     }
 
-    static void placeLines(const Field& field, double top, std::vector<TextLine> lines, std::vector<Item>& items) {
+    void placeLines(const Field& field, double top, std::vector<TextLine> lines, std::vector<Item>& items) const {
+        const Typeface& face = m_pages.typefaces[static_cast<std::size_t>(field.typeface)];
         const Align align = field.control->style.align;
         double baseline = top + field.ascent;
         for (TextLine& line : lines) {
             const double spare = field.width - line.width;
-            const double indent = align == Align::Right ? spare : align == Align::Center ? spare / 2 : 0;
+            const double indent = align == Align::Left ? 0 : align == Align::Center ? spare / 2 : spare;
+            // A closing parenthesis stands in the gap behind the column, so that the digits line up.
+            const double hanging = align == Align::Decimal && line.text.endsWith(u')') ? face.width(u")") : 0;
             if (!line.text.isEmpty())
-                items.push_back({field.typeface, field.left + indent, baseline, line.width, std::move(line.text)});
+                items.push_back(
+                    {field.typeface, field.left + indent + hanging, baseline, line.width, std::move(line.text)});
             baseline += field.lineHeight;
         }
     }

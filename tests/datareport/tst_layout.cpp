@@ -46,6 +46,7 @@ class tst_layout : public QObject {
     void bandsGrow();
     void papers_data();
     void papers();
+    void decimals();
     void sumOfText();
 };
 
@@ -457,6 +458,23 @@ void tst_layout::papers() {
         }
     }
     QCOMPARE(shown, numbers);
+}
+
+// The last digits stand below each other, whether a parenthesis follows or not.
+void tst_layout::decimals() {
+    Design design;
+    design.width = 200;
+    design.bands = {{Band::Detail,
+                     14,
+                     {textBox("amount", "amount", "#,##0.00;(#,##0.00)", {0, 0, 90}, {.align = Align::Decimal}),
+                      textBox("payee", "payee", "", {100, 0, 100})}}};
+    const Pages pages = laidOut(design, {{"amount", "payee"}, {{12.5, "a"}, {-1234.5, "b"}}, {}}, kSmall);
+    const auto& items = pages.pages.front().items;
+    const double parenthesis = Typeface(9, false).width(u")");
+    QCOMPARE(items[0].text + items[2].text, "12.50(1,234.50)");
+    QVERIFY(parenthesis > 1);
+    QCOMPARE(items[2].left + items[2].width - parenthesis, items[0].left + items[0].width);
+    QVERIFY(items[2].left + items[2].width < items[3].left);
 }
 
 void tst_layout::sumOfText() {
