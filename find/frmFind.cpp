@@ -6,6 +6,7 @@
 #include "controls/list_view.h"
 #include "controls/message_box.h"
 #include "find/basFind.h"
+#include "help/basHelp.h"
 #include "mainwindow/frmMain.h"
 
 frmFind::frmFind(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner) {
@@ -20,6 +21,7 @@ frmFind::frmFind(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner) {
     connect(txtFind, &QLineEdit::textChanged, this, &frmFind::txtFind_Change);
     connect(cmdFindNext, &QPushButton::clicked, this, &frmFind::cmdFindNext_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmFind::cmdCancel_Click);
+    ConnectHelp(this, cmdHelp, "Find.htm");
     txtFind_Change();
     setFixedSize(sizeHint());
 }

@@ -5,6 +5,7 @@
 
 #include "controls/list_view.h"
 #include "db/basMain.h"
+#include "help/basHelp.h"
 #include "ledger/basAmountFilter.h"
 #include "ledger/frmStuffer.h"
 #include "mainwindow/basListView.h"
@@ -22,6 +23,7 @@ frmBudget::frmBudget(QWidget* objOwner, controls::ListView& lvw) : QDialog(objOw
     txtBudget->installEventFilter(this);
     connect(cmdOk, &QPushButton::clicked, this, &frmBudget::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmBudget::cmdCancel_Click);
+    ConnectHelp(this, cmdHelp, "Stuffer.htm");
     txtBudget->setText(vbrt::qt::Format(lvw.text(lvw.selectedRow(), colBudget), "###0.00"));
     txtBudget->selectAll();
 }

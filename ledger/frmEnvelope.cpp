@@ -4,6 +4,7 @@
 #include "controls/hourglass.h"
 #include "controls/message_box.h"
 #include "db/basMain.h"
+#include "help/basHelp.h"
 #include "ledger/basAmountFilter.h"
 #include "mainwindow/frmMain.h"
 #include "vbrt/qstring.h"
@@ -29,6 +30,7 @@ frmEnvelope::frmEnvelope(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwn
     new clsAmountFilter(txtStartBal);
     connect(cmdOk, &QPushButton::clicked, this, &frmEnvelope::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmEnvelope::cmdCancel_Click);
+    ConnectHelp(this, cmdHelp, "Envelope.htm");
 }
 
 void frmEnvelope::cmdOk_Click() try {

@@ -6,6 +6,7 @@
 #include "controls/hourglass.h"
 #include "controls/list_view.h"
 #include "db/basMain.h"
+#include "help/basHelp.h"
 #include "ledger/basAmountFilter.h"
 #include "mainwindow/frmMain.h"
 #include "vbrt/qstring.h"
@@ -47,6 +48,7 @@ frmItem::frmItem(frmMain& frmOwner, const QString& strCaption) : QDialog(&frmOwn
     connect(chkPayment, &QCheckBox::clicked, this, &frmItem::chkPayment_Click);
     connect(cmdOk, &QPushButton::clicked, this, &frmItem::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmItem::cmdCancel_Click);
+    ConnectHelp(this, cmdHelp, "Item.htm");
 }
 
 void frmItem::showEvent(QShowEvent* evt) try {

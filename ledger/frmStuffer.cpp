@@ -8,6 +8,7 @@
 #include "controls/hourglass.h"
 #include "controls/message_box.h"
 #include "db/basMain.h"
+#include "help/basHelp.h"
 #include "ledger/frmBudget.h"
 #include "mainwindow/basListView.h"
 #include "mainwindow/clsListView.h"
@@ -56,6 +57,7 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     connect(cmdUndoStuff, &QPushButton::clicked, this, &frmStuffer::cmdUndoStuff_Click);
     connect(cmdEdit, &QPushButton::clicked, this, &frmStuffer::cmdEdit_Click);
     connect(cmdClose, &QPushButton::clicked, this, &frmStuffer::cmdClose_Click);
+    ConnectHelp(this, cmdHelp, "Stuffer.htm");
     connect(mnuBudgetEdit, &QAction::triggered, this, &frmStuffer::cmdEdit_Click);
     connect(lvwStuffer, &controls::ListView::columnClicked, this, &frmStuffer::lvwStuffer_ColumnClick);
     connect(lvwStuffer, &controls::ListView::rowDoubleClicked, this, &frmStuffer::cmdEdit_Click);

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QProcess>
 #include <QScreen>
+#include <QShortcut>
 #include <QStandardPaths>
 
 #include "controls/twips.h"
@@ -120,6 +121,8 @@ void frmMain::ConnectMenus() {
     connect(mnuFileClose, &QAction::triggered, this, &frmMain::mnuFileClose_Click);
     connect(mnuFileSaveAs, &QAction::triggered, this, &frmMain::mnuFileSaveAs_Click);
     connect(mnuFilePrintSetup, &QAction::triggered, this, &frmMain::mnuFilePrintSetup_Click);
+    connect(mnuFilePreview, &QAction::triggered, this, &frmMain::mnuFilePreview_Click);
+    connect(mnuFilePrint, &QAction::triggered, this, &frmMain::mnuFilePrint_Click);
     connect(mnuFileExit, &QAction::triggered, this, &frmMain::mnuFileExit_Click);
     connect(mnuEnvelopeAdd, &QAction::triggered, this, &frmMain::mnuEnvelopeAdd_Click);
     connect(mnuEnvelopeDelete, &QAction::triggered, this, &frmMain::mnuEnvelopeDelete_Click);
@@ -134,13 +137,23 @@ void frmMain::ConnectMenus() {
     connect(mnuToolsCalculator, &QAction::triggered, this, &frmMain::mnuToolsCalculator_Click);
     connect(mnuToolsCompact, &QAction::triggered, this, &frmMain::mnuToolsCompact_Click);
     connect(mnuToolsStuffer, &QAction::triggered, this, &frmMain::mnuToolsStuffer_Click);
+    connect(mnuToolsReports, &QAction::triggered, this, &frmMain::mnuToolsReports_Click);
+    connect(mnuHelpContents, &QAction::triggered, this, &frmMain::mnuHelpContents_Click);
+    connect(mnuHelpIndex, &QAction::triggered, this, &frmMain::mnuHelpIndex_Click);
+    connect(mnuHelpLicense, &QAction::triggered, this, &frmMain::mnuHelpLicense_Click);
+    connect(mnuHelpAbout, &QAction::triggered, this, &frmMain::mnuHelpAbout_Click);
+    // A key of its own and not the entry's: the menus show no shortcuts.
+    connect(new QShortcut(Qt::Key_F1, this), &QShortcut::activated, this, &frmMain::mnuHelpContents_Click);
 }
 
 void frmMain::tlbMain_ButtonClick(QAction* objButton) {
     static const QHash<QString, void (frmMain::*)()> hshHandlers = {
-        {"New", &frmMain::mnuFileNew_Click},        {"Open", &frmMain::mnuFileOpen_Click},
-        {"Save As", &frmMain::mnuFileSaveAs_Click}, {"Calculator", &frmMain::mnuToolsCalculator_Click},
-        {"Find", &frmMain::mnuItemFind_Click},      {"Exit", &frmMain::mnuFileExit_Click},
+        {"New", &frmMain::mnuFileNew_Click},         {"Open", &frmMain::mnuFileOpen_Click},
+        {"Save As", &frmMain::mnuFileSaveAs_Click},  {"Print", &frmMain::mnuFilePrint_Click},
+        {"Preview", &frmMain::mnuFilePreview_Click}, {"Calculator", &frmMain::mnuToolsCalculator_Click},
+        {"Find", &frmMain::mnuItemFind_Click},       {"Reports", &frmMain::mnuToolsReports_Click},
+        {"About", &frmMain::mnuHelpAbout_Click},     {"Help", &frmMain::mnuHelpContents_Click},
+        {"Exit", &frmMain::mnuFileExit_Click},
     };
     if (const auto fncHandler = hshHandlers.value(objButton->data().toString()))
         (this->*fncHandler)();

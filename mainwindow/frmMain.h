@@ -3,7 +3,8 @@
 // status bar around them. It owns what is selected; every other window is opened from here and owned by it.
 //
 // The implementation is split by subject: frmMain.cpp (frame, enabling, layout), frmMain_file.cpp (New, Open, Close,
-// Save As, Compact), frmMain_envelopes.cpp (tree), frmMain_items.cpp (list and balances).
+// Save As, Compact), frmMain_envelopes.cpp (tree), frmMain_items.cpp (list and balances), frmMain_reports.cpp
+// (printing, reports, help).
 #pragma once
 
 #include <QHash>
@@ -60,6 +61,15 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     void mnuViewStatusBar_Click();
     void mnuToolsCalculator_Click();
     void mnuToolsStuffer_Click();
+
+    void ShowSelected(bool blnPreview);
+    void mnuFilePreview_Click();
+    void mnuFilePrint_Click();
+    void mnuToolsReports_Click();
+    void mnuHelpContents_Click();
+    void mnuHelpIndex_Click();
+    void mnuHelpLicense_Click();
+    void mnuHelpAbout_Click();
 
     void mnuFileNew_Click();
     void mnuFileOpen_Click();

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Starts the program: the process-wide settings, then the main window.
+// Starts the program: the report data source, the process-wide settings, then the main window.
 #include <QApplication>
+#include <QDir>
 #include <QIcon>
 #include <QLocale>
 
 #include "db/basMain.h"
+#include "help/basHelp.h"
 #include "mainwindow/frmMain.h"
+#include "reports/datCoinvale.h"
 
 int main(int argc, char* argv[]) {
     // Dates and numbers look the same on every machine, as they do in the files.
@@ -15,6 +18,8 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationVersion("2.0");
     QApplication::setDesktopFileName("coinvale");
     QApplication::setWindowIcon(QIcon(":/images/coinvale.svg"));
+    objReportSource = std::make_unique<datCoinvale>();
+    strHelpFile = QDir(QCoreApplication::applicationDirPath()).filePath("Coinvale.chm");
     strPassword = "kqlmz47";
     strUserName = "admin";
 
@@ -22,5 +27,6 @@ int main(int argc, char* argv[]) {
     frm.show();
     const int intResult = QApplication::exec();
     objDatabase.reset();
+    objReportSource.reset();
     return intResult;
 }

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "reports/basDesigns.h"
+
+using namespace datareport;
+
+BandDesign PageHeader(double dblWidth, const std::vector<ReportColumn>& cols) {
+    const Style styRight{.align = Align::Right};
+    const double dblHalf = dblWidth / 2;
+    BandDesign bnd{Band::PageHeader,
+                   106,
+                   {
+                       label("lblDate", "%d", {0, 0, 120}),
+                       label("lblPage", "Page %p", {dblWidth - 120, 0, 120}, styRight),
+                       label("lblProduct", "Coinvale", {dblHalf - 150, 0, 300}, {.align = Align::Center}),
+                       label("lblTitle", "%i", {dblHalf - 200, 15, 400}, {Align::Center, 16, true, 1}),
+                       label("lblEnvelopeCaption", "Envelope:", {0, 46, 62}, {.bold = true}),
+                       label("lblEnvelope", "All Envelopes", {66, 46, dblWidth - 66}),
+                       label("lblDateRangeCaption", "Date Range:", {0, 59, 62}, {.bold = true}),
+                       label("lblDateRange", "All Dates", {66, 59, dblWidth - 66}),
+                       rule("linTop", {0, 79, dblWidth}),
+                       rule("linBottom", {0, 98, dblWidth}),
+                   }};
+    for (const ReportColumn& col : cols) {
+        Style sty = col.Text(true);
+        sty.lines = 1;
+        bnd.controls.push_back(label(QString("lblHeading") + col.strHeading, col.strHeading, col.At(82), sty));
+    }
+    return bnd;
+}
+
+BandDesign Totals(Band band, double dblWidth, const QString& strCaption, const std::vector<ReportColumn>& cols,
+                  const QStringList& strFields) {
+    BandDesign bnd{
+        band, 22, {rule("linTotals", {0, 2, dblWidth}), label("lblTotal", strCaption, {0, 5, 60}, {.bold = true})}};
+    int intFunction = 1;
+    for (std::size_t i = 0; i < cols.size(); ++i) {
+        const QString& strField = strFields[static_cast<qsizetype>(i)];
+        if (!strField.isEmpty())
+            bnd.controls.push_back(sum("Function" + QString::number(intFunction++), strField, strReportMoney,
+                                       cols[i].At(5), cols[i].Text(true)));
+    }
+    return bnd;
+}
