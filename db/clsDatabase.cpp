@@ -4,6 +4,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QTemporaryDir>
+#include <optional>
 
 #include "ado/connection_string.h"
 #include "ado/database_file.h"
@@ -71,7 +73,15 @@ bool clsDatabase::CompactDatabase() {
     try {
         const controls::Hourglass hourglass;
         CloseDatabase();
-        const QString strTempPath = QDir(QCoreApplication::applicationDirPath()).filePath("Tempdata.mdb");
+        // Beside the program; where nobody may write there, as after an installation for all users, in a folder of its
+        // own beside the budget, gone at the end.
+        QString strTempFolder = QCoreApplication::applicationDirPath();
+        std::optional<QTemporaryDir> dirOwn;
+        if (!QFileInfo(strTempFolder).isWritable()) {
+            dirOwn.emplace(QFileInfo(strDatabasePath).dir().filePath("Tempdata-XXXXXX"));
+            strTempFolder = dirOwn->path();
+        }
+        const QString strTempPath = QDir(strTempFolder).filePath("Tempdata.mdb");
         if (QFileInfo::exists(strTempPath))
             ado::deleteDatabaseFile(strTempPath);
         ado::JetEngine().CompactDatabase(JetConnectionString(strDatabasePath),
