@@ -61,7 +61,7 @@ HelpWindow::HelpWindow()
 
     connect(m_side, &SidePane::pageChosen, this, &HelpWindow::openChosen);
     connect(m_page, &PageView::zoomWanted, this, &HelpWindow::changeZoom);
-    connect(m_page, &QTextBrowser::historyChanged, this, [this] { m_side->markPage(m_page->page()); });
+    connect(m_page, &QTextBrowser::historyChanged, this, [this] { m_side->markPlace(m_page->place()); });
     connect(m_page, &PageView::pageMissing, this, [this](const QString& path) {
         statusBar()->showMessage("The help file has no page " + path, kMessageTime);
     });

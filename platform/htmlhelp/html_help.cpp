@@ -76,10 +76,11 @@ void show(QWidget* caller, const Address& address, int command) {
         window->setFile(file, type);
         shown = wanted;
     }
+    // First the window, so that the page is laid out in its size.
+    window->present(caller);
     // The index leaves the page that is there.
     if (fresh || command != HH_DISPLAY_INDEX || !address.page.isEmpty())
         window->showPage(page);
-    window->present(caller);
     if (command == HH_DISPLAY_INDEX)
         window->showIndex();
     else

@@ -96,6 +96,10 @@ void PageView::followLink(const QUrl& link) {
     }
 }
 
+QString PageView::place() const {
+    return source().hasFragment() ? page() + '#' + source().fragment() : page();
+}
+
 // Null when the file has no such page or it is damaged.
 QByteArray PageView::bytesOf(const QUrl& url) const {
     try {

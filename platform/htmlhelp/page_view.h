@@ -30,6 +30,9 @@ class PageView : public QTextBrowser {
     // The path of the page shown, without an anchor.
     [[nodiscard]] QString page() const;
 
+    // The same with the anchor.
+    [[nodiscard]] QString place() const;
+
     // Marks every place of the words in this page, and scrolls to the first; until another page comes.
     void highlight(const QStringList& words);
 

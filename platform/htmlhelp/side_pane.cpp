@@ -23,6 +23,10 @@ bool samePage(const QString& a, const QString& b) {
     return a.section('#', 0, 0).compare(b.section('#', 0, 0), Qt::CaseInsensitive) == 0;
 }
 
+QString pathOf(const QTreeWidgetItem* item) {
+    return item->data(0, kPath).toString();
+}
+
 }  // namespace
 
 SidePane::SidePane(QWidget* parent)
@@ -142,21 +146,21 @@ void SidePane::showSearch() {
     m_searchText->selectAll();
 }
 
-void SidePane::markPage(const QString& path) {
-    const QTreeWidgetItem* current = m_contents->currentItem();
-    if (current != nullptr && samePage(current->data(0, kPath).toString(), path))
-        return;
+void SidePane::markPlace(const QString& path) {
+    QTreeWidgetItem* current = m_contents->currentItem();
+    QTreeWidgetItem* best = current != nullptr && samePage(pathOf(current), path) ? current : nullptr;
     for (QTreeWidgetItemIterator it(m_contents); *it != nullptr; ++it) {
-        if (samePage((*it)->data(0, kPath).toString(), path)) {
-            m_contents->setCurrentItem(*it);
-            return;
-        }
+        const bool exact = pathOf(*it).compare(path, Qt::CaseInsensitive) == 0;
+        if (exact || (best == nullptr && samePage(pathOf(*it), path)))
+            best = *it;
+        if (exact)
+            break;
     }
-    m_contents->setCurrentItem(nullptr);
+    m_contents->setCurrentItem(best);
 }
 
 void SidePane::openContentsItem(QTreeWidgetItem* item) {
-    const QString path = item->data(0, kPath).toString();
+    const QString path = pathOf(item);
     if (!path.isEmpty())
         emit pageChosen(path, {});
 }

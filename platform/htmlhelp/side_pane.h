@@ -30,8 +30,8 @@ class SidePane : public QTabWidget {
     void showIndex();
     void showSearch();
 
-    // Selects a page in the contents.
-    void markPage(const QString& path);
+    // Selects in the contents what is shown: the entry of the anchor, else one of the page.
+    void markPlace(const QString& path);
 
  signals:
     // A page was chosen; the words are those that were searched for.

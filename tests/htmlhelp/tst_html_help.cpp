@@ -108,6 +108,7 @@ class tst_html_help : public QObject {
     void opens();
     void refuses_data();
     void refuses();
+    void anchors();
     void everyEntryLeadsToAPage();
     void everyLinkAndPictureIsThere();
     void contentsByKeysAndClicks();
@@ -177,6 +178,23 @@ void tst_html_help::refuses() {
     QVERIFY(!HtmlHelp(nullptr, file, command, 0));
     QCOMPARE(view()->page(), QString("html/Item.htm"));
     QVERIFY(helpWindow()->isVisible());
+}
+
+// Places within a page: shown at the top, and selected in the contents when they have an entry.
+void tst_html_help::anchors() {
+    QVERIFY(open(topic("Item.htm#transfer")));
+    const auto* contents = part<QTreeWidget>("tvwContents");
+    const auto current = [contents] { return contents->currentItem()->data(0, Qt::UserRole).toString(); };
+    const auto top = [] { return view()->cursorForPosition({20, 30}).block().text(); };
+    QCOMPARE(current(), QString("html/Item.htm#transfer"));
+    QVERIFY2(top().contains("transfer", Qt::CaseInsensitive), qPrintable(top()));
+    emit view()->anchorClicked(QUrl("#add"));
+    QCOMPARE(current(), QString("html/Item.htm#add"));
+    QVERIFY2(top().contains("Adding"), qPrintable(top()));
+    emit view()->anchorClicked(QUrl("Find.htm#nowhere"));
+    QCOMPARE(current(), QString("html/Find.htm"));
+    press(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(current(), QString("html/Item.htm#add"));
 }
 
 void tst_html_help::everyEntryLeadsToAPage() {
