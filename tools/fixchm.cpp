@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Copies a compiled help file and replaces the times of its making by a fixed one, so that equal pages give equal
-// bytes.
+// Copies a compiled help file and mends what the compiler leaves in it.
 //   fixchm FROM TO
 //
-// The times stand at 0x10 of the header, 32 bits with the highest byte first, and in entry 10 of #SYSTEM.
+// The times of its making become a fixed one, so that equal pages give equal bytes: at 0x10 of the header, 32 bits with
+// the highest byte first, and in entry 10 of #SYSTEM. And the second of the two identifiers in the header, which chmcmd
+// writes like the first, becomes what strict readers ask for: {7C01FD11-...}, at 0x28.
 #include "chm/container.h"
 #include "chm/error.h"
 
@@ -13,9 +14,14 @@
 
 namespace {
 
+constexpr std::size_t kHeaderSize = 0x60;
+constexpr std::size_t kSecondIdentifier = 0x28;
 constexpr std::uint8_t kTime[4] = {0x38, 0x6D, 0x43, 0x80};  // 2000-01-01 in seconds since 1970
 
-void fixTimes(std::vector<std::uint8_t>& bytes) {
+void mend(std::vector<std::uint8_t>& bytes) {
+    if (bytes.size() < kHeaderSize)
+        throw chm::Error("not a help file");
+    bytes[kSecondIdentifier] = 0x11;
     const chm::Container container(bytes);
     const chm::Container::Entry* system = container.find("/#SYSTEM");
     if (system == nullptr)
@@ -41,7 +47,7 @@ int main(int argc, char** argv) try {
     }
     std::ifstream from(argv[1], std::ios::binary);
     std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(from)), std::istreambuf_iterator<char>());
-    fixTimes(bytes);
+    mend(bytes);
     std::ofstream to(argv[2], std::ios::binary);
     to.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     to.close();

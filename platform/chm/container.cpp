@@ -3,234 +3,190 @@
 
 #include "chm/error.h"
 
+#include <mspack.h>
+
 #include <algorithm>
-#include <bit>
+#include <cstdlib>
+#include <cstring>
 
 namespace chm {
 
 namespace {
 
-constexpr std::uint64_t kMaxEntrySize = std::uint64_t{16} << 20;
-constexpr std::uint64_t kMaxFramesPerReset = 64;
+// No page comes near this; a damaged directory claims anything.
+constexpr off_t kMaxEntrySize = 64 << 20;
 
-constexpr std::string_view kStorage = "::dataspace/storage/mscompressed/";
-constexpr std::string_view kResetTable = "transform/{7fc28940-9d31-11d0-9b27-00a0c91e9c7c}/instancedata/resettable";
-
-[[noreturn]] void damaged(const char* what) {
-    throw Error(std::string("the help file is damaged: ") + what);
-}
-
-// Reads the numbers of a directory block: seven bits a byte, highest first, the top bit set in all but the last.
-class BlockReader {
- public:
-    explicit BlockReader(std::span<const std::uint8_t> bytes) : m_bytes(bytes) {}
-
-    [[nodiscard]] bool atEnd() const { return m_bytes.empty(); }
-
-    std::uint64_t number() {
-        std::uint64_t value = 0;
-        for (int i = 0; i < 9; ++i) {
-            const std::uint8_t byte = take(1)[0];
-            value = value << 7 | (byte & 0x7FU);
-            if (byte < 0x80)
-                return value;
-        }
-        damaged("a number in the directory is too long");
-    }
-
-    std::span<const std::uint8_t> take(std::uint64_t count) {
-        if (count > m_bytes.size())
-            damaged("the directory ends within an entry");
-        const auto taken = m_bytes.first(count);
-        m_bytes = m_bytes.subspan(count);
-        return taken;
-    }
-
- private:
-    std::span<const std::uint8_t> m_bytes;
+// What the library opens: the container to read from, or a text to write to. Nothing throws here: the callers are C.
+struct MemoryFile {
+    const std::vector<std::uint8_t>* source = nullptr;
+    std::string* target = nullptr;
+    std::size_t at = 0;
 };
 
-bool startsWith(std::span<const std::uint8_t> bytes, std::string_view text) {
-    return bytes.size() >= text.size() && std::equal(text.begin(), text.end(), bytes.begin());
+// The library knows files by name alone: these names are the addresses of what is behind them.
+struct System : mspack_system {
+    const std::vector<std::uint8_t>* container = nullptr;
+    std::string* output = nullptr;
+};
+
+MemoryFile* opened(mspack_file* file) {
+    return reinterpret_cast<MemoryFile*>(file);
+}
+
+mspack_file* openFile(mspack_system* self, const char*, int mode) {
+    auto* system = static_cast<System*>(self);
+    auto* file = new (std::nothrow) MemoryFile;
+    if (file == nullptr)
+        return nullptr;
+    if (mode == MSPACK_SYS_OPEN_READ)
+        file->source = system->container;
+    else
+        file->target = system->output;
+    return reinterpret_cast<mspack_file*>(file);
+}
+
+void closeFile(mspack_file* file) {
+    delete opened(file);
+}
+
+int readFile(mspack_file* handle, void* buffer, int bytes) {
+    MemoryFile* file = opened(handle);
+    if (file->source == nullptr || bytes < 0)
+        return -1;
+    const std::size_t rest = file->source->size() - std::min(file->at, file->source->size());
+    const std::size_t count = std::min(rest, static_cast<std::size_t>(bytes));
+    std::copy_n(file->source->data() + (file->source->size() - rest), count, static_cast<std::uint8_t*>(buffer));
+    file->at += count;
+    return static_cast<int>(count);
+}
+
+int writeFile(mspack_file* handle, void* buffer, int bytes) {
+    MemoryFile* file = opened(handle);
+    if (file->target == nullptr || bytes < 0 || file->target->size() > kMaxEntrySize)
+        return -1;
+    try {
+        file->target->append(static_cast<const char*>(buffer), static_cast<std::size_t>(bytes));
+    } catch (...) {
+        return -1;
+    }
+    return bytes;
+}
+
+int seekFile(mspack_file* handle, off_t offset, int mode) {
+    MemoryFile* file = opened(handle);
+    const auto size = static_cast<off_t>(file->source != nullptr ? file->source->size() : 0);
+    const off_t base = mode == MSPACK_SYS_SEEK_START ? 0
+                       : mode == MSPACK_SYS_SEEK_CUR ? static_cast<off_t>(file->at)
+                                                     : size;
+    if (offset < -base || offset > size - base)
+        return -1;
+    file->at = static_cast<std::size_t>(base + offset);
+    return 0;
+}
+
+off_t tellFile(mspack_file* file) {
+    return static_cast<off_t>(opened(file)->at);
+}
+
+void ignoreMessage(mspack_file*, const char*, ...) {}
+
+void* allocate(mspack_system*, std::size_t bytes) {
+    return std::malloc(bytes);
+}
+
+void copyBytes(void* source, void* target, std::size_t bytes) {
+    std::memcpy(target, source, bytes);
+}
+
+[[noreturn]] void damaged() {
+    throw Error("the help file is damaged");
 }
 
 }  // namespace
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
+class Container::Library {
+ public:
+    explicit Library(std::vector<std::uint8_t> bytes) : m_bytes(std::move(bytes)) {
+        m_system.open = openFile;
+        m_system.close = closeFile;
+        m_system.read = readFile;
+        m_system.write = writeFile;
+        m_system.seek = seekFile;
+        m_system.tell = tellFile;
+        m_system.message = ignoreMessage;
+        m_system.alloc = allocate;
+        m_system.free = std::free;
+        m_system.copy = copyBytes;
+        m_system.null_ptr = nullptr;
+        m_system.container = &m_bytes;
+        m_decoder = mspack_create_chm_decompressor(&m_system);
+        if (m_decoder == nullptr)
+            throw Error("the help file cannot be read");
+        m_header = m_decoder->open(m_decoder, "");
     }
-    return result;
-}
-
-Container::Container(std::vector<std::uint8_t> bytes) : m_bytes(std::move(bytes)) {
-    if (!startsWith(m_bytes, "ITSF"))
-        throw Error("not a help file");
-    const std::uint64_t version = number(4, 4);
-    if (version != 2 && version != 3)
-        throw Error("a help file of an unknown version");
-    const std::uint64_t directory = number(0x48, 8);
-    const std::uint64_t directorySize = number(0x50, 8);
-    m_dataStart = version == 3 ? number(0x58, 8) : directory + directorySize;
-    readDirectory(directory, directorySize);
-}
-
-std::uint64_t Container::number(std::uint64_t at, unsigned size) const {
-    const auto bytes = part(at, size);
-    std::uint64_t value = 0;
-    for (unsigned i = size; i > 0; --i)
-        value = value << 8 | bytes[i - 1];
-    return value;
-}
-
-std::span<const std::uint8_t> Container::part(std::uint64_t at, std::uint64_t size) const {
-    if (at > m_bytes.size() || size > m_bytes.size() - at)
-        damaged("something reaches beyond its end");
-    return std::span(m_bytes).subspan(at, size);
-}
-
-void Container::readDirectory(std::uint64_t at, std::uint64_t size) {
-    constexpr std::uint64_t kHeaderSize = 0x54;
-    constexpr std::uint64_t kNone = 0xFFFFFFFF;
-    if (size < kHeaderSize || !startsWith(part(at, size), "ITSP"))
-        damaged("no directory");
-    const std::uint64_t headerSize = number(at + 0x08, 4);
-    const std::uint64_t blockSize = number(at + 0x10, 4);
-    if (headerSize < kHeaderSize || headerSize > size || blockSize < 0x20)
-        damaged("the directory's header");
-
-    const std::uint64_t blocks = (size - headerSize) / blockSize;
-    std::uint64_t visited = 0;
-    for (std::uint64_t block = number(at + 0x20, 4); block != kNone; ++visited) {
-        if (block >= blocks || visited >= blocks)
-            damaged("the chain of the directory");
-        const std::uint64_t blockAt = at + headerSize + block * blockSize;
-        readDirectoryBlock(part(blockAt, blockSize));
-        block = number(blockAt + 0x10, 4);
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+    ~Library() {
+        if (m_header != nullptr)
+            m_decoder->close(m_decoder, m_header);
+        mspack_destroy_chm_decompressor(m_decoder);
     }
+
+    [[nodiscard]] const mschmd_header& header() const {
+        if (m_header == nullptr)
+            damaged();
+        return *m_header;
+    }
+
+    std::string extract(mschmd_file* file) {
+        std::string bytes;
+        m_system.output = &bytes;
+        const int fault = m_decoder->extract(m_decoder, file, "");
+        m_system.output = nullptr;
+        if (fault != MSPACK_ERR_OK || bytes.size() != static_cast<std::size_t>(file->length))
+            damaged();
+        return bytes;
+    }
+
+ private:
+    std::vector<std::uint8_t> m_bytes;
+    System m_system{};
+    mschm_decompressor* m_decoder = nullptr;
+    mschmd_header* m_header = nullptr;  // null when the bytes are no container
+};
+
+Container::Container(std::vector<std::uint8_t> bytes) : m_library(std::make_unique<Library>(std::move(bytes))) {
+    for (mschmd_file* list : {m_library->header().files, m_library->header().sysfiles})
+        for (mschmd_file* file = list; file != nullptr; file = file->next) {
+            if (file->length < 0 || file->length > kMaxEntrySize)
+                damaged();
+            m_entries.emplace(lowered(file->filename),
+                              Entry{file->filename, static_cast<std::uint64_t>(file->length), file});
+        }
 }
 
-void Container::readDirectoryBlock(std::span<const std::uint8_t> block) {
-    constexpr std::size_t kHeaderSize = 0x14;
-    if (!startsWith(block, "PMGL"))
-        damaged("a block of the directory");
-    const std::size_t unused =
-        block[4] | std::size_t{block[5]} << 8 | std::size_t{block[6]} << 16 | std::size_t{block[7]} << 24;
-    if (unused > block.size() - kHeaderSize)
-        damaged("a block of the directory");
-    BlockReader reader(block.subspan(kHeaderSize, block.size() - kHeaderSize - unused));
-    while (!reader.atEnd()) {
-        const auto name = reader.take(reader.number());
-        const std::uint64_t section = reader.number();
-        Entry entry;
-        entry.name.assign(name.begin(), name.end());
-        entry.packed = section == 1;
-        entry.offset = reader.number();
-        entry.size = reader.number();
-        if (section > 1)
-            damaged("a page in an unknown section");
-        m_entries.emplace(lowered(entry.name), std::move(entry));
-    }
-}
+Container::~Container() = default;
 
 const Container::Entry* Container::find(std::string_view name) const {
     const auto found = m_entries.find(lowered(name));
     return found == m_entries.end() ? nullptr : &found->second;
 }
 
-std::size_t Container::positionOf(const Entry& entry) const {
-    if (entry.packed || m_dataStart > m_bytes.size() || entry.offset > m_bytes.size())
-        damaged("a plain part");
-    const auto bytes = part(m_dataStart + entry.offset, entry.size);
-    return static_cast<std::size_t>(bytes.data() - m_bytes.data());
-}
-
 std::string Container::read(const Entry& entry) const {
-    if (entry.size > kMaxEntrySize)
-        damaged("a page of impossible size");
-    if (!entry.packed) {
-        const auto bytes = part(positionOf(entry), entry.size);
-        return {bytes.begin(), bytes.end()};
-    }
-    if (!m_stream)
-        m_stream = openStream();
-    if (entry.offset > m_stream->size || entry.size > m_stream->size - entry.offset)
-        damaged("a page reaches beyond the packed pages");
+    return m_library->extract(entry.file);
+}
 
-    const std::uint64_t intervalSize = m_stream->framesPerReset * kFrameSize;
-    std::string result;
-    for (std::uint64_t at = entry.offset; result.size() < entry.size; at = entry.offset + result.size()) {
-        const std::string& unpacked = interval(at / intervalSize);
-        result.append(unpacked, at % intervalSize, entry.size - result.size());
-    }
+std::size_t Container::positionOf(const Entry& entry) const {
+    if (entry.file->section->id != 0)
+        throw Error("the entry is packed");
+    return static_cast<std::size_t>(m_library->header().sec0.offset + entry.file->offset);
+}
+
+std::string lowered(std::string_view text) {
+    std::string result(text);
+    std::ranges::transform(result, result.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     return result;
-}
-
-Container::Stream Container::openStream() const {
-    const auto storage = [this](std::string_view name) -> const Entry& {
-        const Entry* entry = find(std::string(kStorage) + std::string(name));
-        if (entry == nullptr || entry->packed)
-            damaged("the packed pages are missing");
-        return *entry;
-    };
-    const Entry& content = storage("content");
-    const Entry& control = storage("controldata");
-    const Entry& table = storage(kResetTable);
-    Stream stream;
-    stream.packed = part(positionOf(content), content.size);
-
-    const std::size_t controlAt = positionOf(control);
-    if (control.size < 0x18 || !startsWith(part(controlAt + 4, 4), "LZXC"))
-        damaged("unknown packing");
-    const std::uint64_t unit = number(controlAt + 0x08, 4) == 2 ? kFrameSize : 1;
-    const std::uint64_t resetInterval = number(controlAt + 0x0C, 4) * unit;
-    const std::uint64_t windowSize = number(controlAt + 0x10, 4) * unit;
-    if (!std::has_single_bit(windowSize) || windowSize < 1U << 15 || windowSize > 1U << 21)
-        damaged("the window of the packed pages");
-    stream.windowBits = static_cast<unsigned>(std::countr_zero(windowSize));
-    if (resetInterval == 0 || resetInterval % kFrameSize != 0 || resetInterval / kFrameSize > kMaxFramesPerReset)
-        damaged("the reset interval of the packed pages");
-    stream.framesPerReset = resetInterval / kFrameSize;
-
-    const std::size_t tableAt = positionOf(table);
-    if (table.size < 0x28 || number(tableAt + 0x20, 8) != kFrameSize)
-        damaged("the table of the packed pages");
-    const std::uint64_t frames = number(tableAt + 0x04, 4);
-    const std::uint64_t firstFrame = number(tableAt + 0x0C, 4);
-    stream.size = number(tableAt + 0x10, 8);
-    const std::uint64_t packedSize = number(tableAt + 0x18, 8);
-    if (firstFrame > table.size || frames > (table.size - firstFrame) / 8 || stream.size > frames * kFrameSize ||
-        packedSize > stream.packed.size())
-        damaged("the table of the packed pages");
-    for (std::uint64_t i = 0; i <= frames; ++i) {
-        const std::uint64_t at = i < frames ? number(tableAt + firstFrame + i * 8, 8) : packedSize;
-        if (at > packedSize || (!stream.frames.empty() && at < stream.frames.back()))
-            damaged("the table of the packed pages");
-        stream.frames.push_back(at);
-    }
-    return stream;
-}
-
-const std::string& Container::interval(std::size_t number) const {
-    if (m_intervalNumber == number)
-        return m_interval;
-    m_intervalNumber.reset();
-    m_interval.clear();
-    LzxDecoder decoder(m_stream->windowBits);
-    decoder.reset();
-    const std::size_t first = number * m_stream->framesPerReset;
-    for (std::size_t frame = first; frame < first + m_stream->framesPerReset; ++frame) {
-        const std::uint64_t start = frame * kFrameSize;
-        if (start >= m_stream->size)
-            break;
-        const std::uint64_t packedStart = m_stream->frames[frame];
-        decoder.unpackFrame(m_stream->packed.subspan(packedStart, m_stream->frames[frame + 1] - packedStart),
-                            std::min<std::uint64_t>(kFrameSize, m_stream->size - start), m_interval);
-    }
-    m_intervalNumber = number;
-    return m_interval;
 }
 
 }  // namespace chm

@@ -2,7 +2,6 @@
 // The help file as it is built, read beside an independent reader, and then damaged in many ways.
 #include "chm/file.h"
 #include "chm/html_text.h"
-#include "chm/lzx.h"
 
 #include <QDir>
 #include <QProcess>
@@ -13,8 +12,6 @@
 #include <random>
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 QByteArray contentsOf(const QString& path) {
     QFile file(path);
@@ -42,50 +39,6 @@ QString dump(const std::vector<chm::Entry>& entries, int depth = 0) {
     return text;
 }
 
-// Writes a packed frame: bits into 16-bit little-endian words, highest bit first.
-class FrameWriter {
- public:
-    FrameWriter& put(std::uint64_t value, int count) {
-        for (int i = count - 1; i >= 0; --i, ++m_bits) {
-            if (m_bits % 16 == 0)
-                m_bytes.resize(m_bytes.size() + 2);
-            if ((value >> i & 1U) != 0)
-                m_bytes[m_bytes.size() - (m_bits % 16 < 8 ? 1 : 2)] |= static_cast<std::uint8_t>(0x80U >> m_bits % 8);
-        }
-        return *this;
-    }
-    FrameWriter& block(std::uint32_t type, std::uint32_t size) { return put(type, 3).put(size, 24); }
-    FrameWriter& stored(std::uint32_t size, std::uint32_t recentOffset, const Bytes& bytes) {
-        block(3, size).put(0, static_cast<int>(16 - m_bits % 16));
-        for (int i = 0; i < 12; ++i)
-            m_bytes.push_back(static_cast<std::uint8_t>(recentOffset >> i % 4 * 8));
-        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-        m_bits = 0;
-        return *this;
-    }
-    // A block in which the bit 0 is the letter A, and 1 repeats two bytes at the last offset.
-    FrameWriter& verbatim(std::uint32_t size) {
-        return block(1, size).codes().zeros(65).one().zeros(190).codes().one().zeros(255).codes().zeros(249);
-    }
-
-    [[nodiscard]] const Bytes& bytes() const { return m_bytes; }
-
- private:
-    // The code for lengths: 00 a length of 1, 01 and 10 runs of zeros.
-    FrameWriter& codes() { return put(0, 64).put(0x2220, 16); }
-    FrameWriter& one() { return put(0, 2); }
-    FrameWriter& zeros(std::uint32_t count) {
-        for (std::uint32_t run = 0; count > 0; count -= run) {
-            run = std::min(count, 51U);
-            run >= 20 ? put(2, 2).put(run - 20, 5) : put(1, 2).put(run - 4, 4);
-        }
-        return *this;
-    }
-
-    Bytes m_bytes;
-    std::size_t m_bits = 0;
-};
-
 }  // namespace
 
 class tst_file : public QObject {
@@ -97,8 +50,6 @@ class tst_file : public QObject {
     void pathsLeadToPages_data();
     void pathsLeadToPages();
     void sameAsIndependentReader();
-    void unpacking_data();
-    void unpacking();
     void sitemaps_data();
     void sitemaps();
     void texts_data();
@@ -199,46 +150,6 @@ void tst_file::sameAsIndependentReader() {
     }
 }
 
-void tst_file::unpacking_data() {
-    QTest::addColumn<Bytes>("packed");
-    QTest::addColumn<int>("size");
-    QTest::addColumn<QString>("unpacked");  // null: refused
-    const auto frame = [] { return FrameWriter().put(0, 1); };
-    const QString no;
-    QTest::newRow("stored bytes") << frame().stored(3, 1, {'a', 'b', 'c'}).bytes() << 3 << "abc";
-    QTest::newRow("a letter, repetitions") << frame().verbatim(7).put(0b0111, 4).bytes() << 7 << "AAAAAAA";
-    QTest::newRow("an offset given by stored bytes")
-        << frame().stored(4, 3, {'a', 'b', 'c', 'd'}).verbatim(5).put(0b1101, 4).bytes() << 9 << "abcdbcdbA";
-    QTest::newRow("a repetition of nothing") << frame().verbatim(7).put(0b1111, 4).bytes() << 7 << no;
-    QTest::newRow("an offset far before the beginning")
-        << frame().stored(2, 0xF0000000, {'a', 'b'}).verbatim(2).put(1, 1).bytes() << 4 << no;
-    QTest::newRow("an offset of nought") << frame().stored(2, 0, {'a', 'b'}).verbatim(2).put(1, 1).bytes() << 4 << no;
-    QTest::newRow("a repetition beyond its block") << frame().verbatim(2).put(0b01, 2).bytes() << 3 << no;
-    QTest::newRow("stored bytes that are not there") << frame().stored(9, 1, {'a'}).bytes() << 9 << no;
-    QTest::newRow("a last frame filled up") << frame().verbatim(9).put(0b01111, 5).bytes() << 4 << "AAAA";
-    QTest::newRow("bits that are not there") << frame().verbatim(999).bytes() << 999 << no;
-    QTest::newRow("an unknown block") << frame().block(7, 3).put(0, 32).bytes() << 3 << no;
-    QTest::newRow("a block without bytes") << frame().block(3, 0).put(0, 64).put(0, 64).bytes() << 3 << no;
-    QTest::newRow("more codes than there can be") << frame().block(1, 3).put(0xFFFFFFFF, 32).bytes() << 3 << no;
-    QTest::newRow("packed as a program") << FrameWriter().put(1, 1).stored(1, 1, {'a'}).bytes() << 1 << no;
-    QTest::newRow("nothing") << Bytes() << 1 << no;
-}
-
-void tst_file::unpacking() {
-    QFETCH(Bytes, packed);
-    QFETCH(int, size);
-    QFETCH(QString, unpacked);
-    chm::LzxDecoder decoder(16);
-    decoder.reset();
-    std::string out;
-    if (unpacked.isNull()) {
-        QVERIFY_EXCEPTION_THROWN(decoder.unpackFrame(packed, static_cast<std::size_t>(size), out), chm::Error);
-    } else {
-        decoder.unpackFrame(packed, static_cast<std::size_t>(size), out);
-        QCOMPARE(QString::fromStdString(out), unpacked);
-    }
-}
-
 void tst_file::sitemaps_data() {
     QTest::addColumn<QString>("html");
     QTest::addColumn<QString>("entries");
@@ -308,7 +219,6 @@ void tst_file::refused_data() {
     for (const int part : {96, 200, 4000})
         QTest::addRow("the first %d bytes", part) << contentsOf(HELP_FILE).left(part);
     QTest::newRow("half") << contentsOf(HELP_FILE).left(contentsOf(HELP_FILE).size() / 2);
-    QTest::newRow("without the last byte") << contentsOf(HELP_FILE).chopped(1);
 }
 
 void tst_file::refused() {
