@@ -7,7 +7,7 @@ program=$(realpath "$1")
 mkdir -p "$2"
 folder=$(realpath "$2")
 size="${3:-1280x800}"
-rm -f "$folder"/*.png "$folder"/*.mdb "$folder"/*.mdb-log
+rm -f "$folder"/*.png "$folder"/*.pdf "$folder"/*.mdb "$folder"/*.mdb-log
 
 number=90
 while [ -e "/tmp/.X11-unix/X$number" ] || [ -e "/tmp/.X$number-lock" ]; do
@@ -185,10 +185,71 @@ key Return
 gone "^Confirm Envelope Delete"
 
 key alt+t
+key e
+window "^Envelope Stuffer"
+picture 17-stuffer
+key Tab
+for amount in 300 850 200; do
+    key F2
+    window "^Edit Budget"
+    text "$amount"
+    [ "$amount" = 300 ] && picture 18-edit-budget
+    key Return
+    gone "^Edit Budget"
+    key Down
+done
+key alt+s
+window "^Do Budget"
+picture 19-stuffed
+key Return
+gone "^Do Budget"
+key Escape
+gone "^Envelope Stuffer"
+
+key alt+t
+key r
+window "^Reports"
+picture 20-reports
+key Return
+window "^Envelope Report"
+picture 21-envelope-report
+key ctrl+s
+window "^Save as PDF"
+key ctrl+a
+text "$folder/Envelope Report.pdf"
+key Return
+gone "^Save as PDF"
+key Escape
+gone "^Envelope Report"
+for report in Items Stuffer Summary; do
+    key alt+o
+    key Down
+    key Return
+    window "^$report Report"
+    picture "22-$report-report"
+    key Escape
+    gone "^$report Report"
+done
+key F1
+window "^Coinvale Help"
+picture 23-help
+key Escape
+gone "^Coinvale Help"
+xdotool search --onlyvisible --name "^Reports" windowactivate --sync
+key Escape
+gone "^Reports"
+
+key alt+t
 key d
 window "^Compact Database"
-picture 17-compacted
+picture 24-compacted
 key Return
 gone "^Compact Database"
+key alt+h
+key a
+window "^About Coinvale"
+picture 25-about
+key Return
+gone "^About Coinvale"
 quit
-echo "The budget and the pictures are in $folder"
+echo "The budget, a report and the pictures are in $folder"
