@@ -6,6 +6,7 @@
 
 #include "ado/database_file.h"
 #include "ado/fixture.h"
+#include "rows.h"
 
 using fixture::errorOf;
 using fixture::rowsOf;
@@ -50,47 +51,42 @@ class tst_connection : public QObject {
     }
 
     void refusedOpenings_data() {
-        QTest::addColumn<QString>("string");
-        QTest::addColumn<QString>("error");
+        addColumns<QString, QString>("string", "error");
         const QString dir = QDir(m_dir.path()).absolutePath();
         fixture::writeBytes(dir + "/text.mdb", QByteArray(5000, 'x'));
         fixture::writeBytes(dir + "/empty.mdb", {});
 
-        QTest::newRow("no provider") << "Data Source=x.mdb"
-                                     << "3706 Provider cannot be found. It may not be properly installed.";
-        QTest::newRow("other provider") << "Provider=SQLOLEDB;Data Source=x.mdb"
-                                        << "3706 Provider cannot be found. It may not be properly installed.";
-        QTest::newRow("not a connection string")
-            << "home.mdb"
-            << "-2147217805 Format of the initialization string does not conform to the OLE DB specification.";
-        QTest::newRow("unknown key") << fixture::connectionString(dir + "/x.mdb") + "Jet OLEDB:Color=4"
-                                     << "-2147467259 Could not find installable ISAM.";
-        QTest::newRow("other user") << fixture::connectionString(dir + "/x.mdb") + "User ID=bob"
-                                    << "-2147217843 Not a valid account name or password.";
-        QTest::newRow("no file") << fixture::connectionString(dir + "/none.mdb")
-                                 << "-2147467259 Could not find file '" + dir + "/none.mdb'.";
-        QTest::newRow("no data source") << "Provider=Microsoft.Jet.OLEDB.4.0"
-                                        << "-2147467259 Could not find file ''.";
-        QTest::newRow("NUL in the path") << fixture::connectionString(dir + "/text.mdb" + QChar(0) + "x")
-                                         << "-2147467259 Could not find file '" + dir + "/text.mdb'.";
-        QTest::newRow("no folder")
-            << fixture::connectionString(dir + "/none/home.mdb")
-            << "-2147467259 '" + dir +
+        addRow("no provider", "Data Source=x.mdb", "3706 Provider cannot be found. It may not be properly installed.");
+        addRow("other provider", "Provider=SQLOLEDB;Data Source=x.mdb",
+               "3706 Provider cannot be found. It may not be properly installed.");
+        addRow("not a connection string", "home.mdb",
+               "-2147217805 Format of the initialization string does not conform to the OLE DB specification.");
+        addRow("unknown key", fixture::connectionString(dir + "/x.mdb") + "Jet OLEDB:Color=4",
+               "-2147467259 Could not find installable ISAM.");
+        addRow("other user", fixture::connectionString(dir + "/x.mdb") + "User ID=bob",
+               "-2147217843 Not a valid account name or password.");
+        addRow("no file", fixture::connectionString(dir + "/none.mdb"),
+               "-2147467259 Could not find file '" + dir + "/none.mdb'.");
+        addRow("no data source", "Provider=Microsoft.Jet.OLEDB.4.0", "-2147467259 Could not find file ''.");
+        addRow("NUL in the path", fixture::connectionString(dir + "/text.mdb" + QChar(0) + "x"),
+               "-2147467259 Could not find file '" + dir + "/text.mdb'.");
+        addRow("no folder", fixture::connectionString(dir + "/none/home.mdb"),
+               "-2147467259 '" + dir +
                    "/none/home.mdb' is not a valid path.  Make sure that the path name is spelled correctly and that "
-                   "you are connected to the server on which the file resides.";
-        QTest::newRow("a folder")
-            << fixture::connectionString(dir)
-            << "-2147467259 The Microsoft Jet database engine cannot open the file '" + dir +
-                   "'.  It is already opened exclusively by another user, or you need permission to view its data.";
-        QTest::newRow("no database") << fixture::connectionString(dir + "/text.mdb")
-                                     << "-2147467259 Unrecognized database format '" + dir + "/text.mdb'.";
-        QTest::newRow("empty file") << fixture::connectionString(dir + "/empty.mdb")
-                                    << "-2147467259 Unrecognized database format '" + dir + "/empty.mdb'.";
-        QTest::newRow("wrong password") << fixture::connectionString(m_dir.filePath("home;of 'O\"Brien'.mdb"), "other")
-                                        << "-2147217843 Not a valid password.";
-        QTest::newRow("no password") << "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" +
-                                            ado::connectionValue(m_dir.filePath("home;of 'O\"Brien'.mdb"))
-                                     << "-2147217843 Not a valid password.";
+                   "you are connected to the server on which the file resides.");
+        addRow("a folder", fixture::connectionString(dir),
+               "-2147467259 The Microsoft Jet database engine cannot open the file '" + dir +
+                   "'.  It is already opened exclusively by another user, or you need permission to view its data.");
+        addRow("no database", fixture::connectionString(dir + "/text.mdb"),
+               "-2147467259 Unrecognized database format '" + dir + "/text.mdb'.");
+        addRow("empty file", fixture::connectionString(dir + "/empty.mdb"),
+               "-2147467259 Unrecognized database format '" + dir + "/empty.mdb'.");
+        addRow("wrong password", fixture::connectionString(m_dir.filePath("home;of 'O\"Brien'.mdb"), "other"),
+               "-2147217843 Not a valid password.");
+        addRow("no password",
+               "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" +
+                   ado::connectionValue(m_dir.filePath("home;of 'O\"Brien'.mdb")),
+               "-2147217843 Not a valid password.");
     }
     void refusedOpenings() {
         QFETCH(QString, string);
@@ -121,24 +117,21 @@ class tst_connection : public QObject {
     }
 
     void failedStatementsChangeNothing_data() {
-        QTest::addColumn<QString>("sql");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("duplicate") << "insert into parents (name) values ('RENT')"
-                                   << "-2147467259 The changes you requested";
-        QTest::newRow("no parent") << "insert into children (parent) values ('x')"
-                                   << "-2147467259 You cannot add or change a record because a related record is "
-                                      "required in table 'parents'.";
-        QTest::newRow("too long") << "update parents set name = '" + QString(51, 'x') + "'"
-                                  << "-2147217833 The field is too small";
-        QTest::newRow("syntax") << "insert into parents name"
-                                << "-2147217900 Syntax error in INSERT INTO statement.";
-        QTest::newRow("unknown table") << "select * from nothing"
-                                       << "-2147217865 The Microsoft Jet database engine cannot find the input table "
-                                          "or query 'nothing'.";
-        QTest::newRow("no such character") << u"insert into parents (name) values ('a✓b')"_qs
-                                           << u"-2147217913 The character '✓' (U+2713) cannot be stored"_qs;
-        QTest::newRow("half a character") << "insert into parents (name) values ('a" + QString(QChar(0xD83D)) + "b')"
-                                          << u"-2147217913 The character '\uFFFD' (U+FFFD) cannot be stored"_qs;
+        addColumns<QString, QString>("sql", "error");
+        addRow("duplicate", "insert into parents (name) values ('RENT')", "-2147467259 The changes you requested");
+        addRow("no parent", "insert into children (parent) values ('x')",
+               "-2147467259 You cannot add or change a record because a related record is "
+               "required in table 'parents'.");
+        addRow("too long", "update parents set name = '" + QString(51, 'x') + "'",
+               "-2147217833 The field is too small");
+        addRow("syntax", "insert into parents name", "-2147217900 Syntax error in INSERT INTO statement.");
+        addRow("unknown table", "select * from nothing",
+               "-2147217865 The Microsoft Jet database engine cannot find the input table "
+               "or query 'nothing'.");
+        addRow("no such character", u"insert into parents (name) values ('a✓b')"_qs,
+               u"-2147217913 The character '✓' (U+2713) cannot be stored"_qs);
+        addRow("half a character", "insert into parents (name) values ('a" + QString(QChar(0xD83D)) + "b')",
+               u"-2147217913 The character '\uFFFD' (U+FFFD) cannot be stored"_qs);
     }
     void failedStatementsChangeNothing() {
         QFETCH(QString, sql);

@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "ado/errors.h"
+#include "rows.h"
 
 namespace {
 
@@ -26,46 +27,32 @@ class tst_connection_string : public QObject {
 
  private slots:
     void pairs_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("pairs");
+        addColumns<QString, QString>("text", "pairs");
         const QString error = "error -2147217805";
 
-        QTest::newRow("empty") << ""
-                               << "";
-        QTest::newRow("separators alone") << " ; ;;"
-                                          << "";
-        QTest::newRow("as the program writes it")
-            << "Provider=P;Data Source=C:\\My Files\\a.mdb;Jet OLEDB:Engine Type=4;"
-            << "Provider=[P] Data Source=[C:\\My Files\\a.mdb] Jet OLEDB:Engine Type=[4]";
-        QTest::newRow("no separator at the end") << "a=1;b=2"
-                                                 << "a=[1] b=[2]";
-        QTest::newRow("blanks around key and value") << "  a  =  x y  ; b =z"
-                                                     << "a=[x y] b=[z]";
-        QTest::newRow("equals sign in a value") << "a=b=c"
-                                                << "a=[b=c]";
-        QTest::newRow("equals sign in a key") << "a==b=c"
-                                              << "a=b=[c]";
-        QTest::newRow("empty value") << "a=;b="
-                                     << "a=[] b=[]";
-        QTest::newRow("apostrophe inside a plain value") << "a=/home/O'Brien/x\"y"
-                                                         << "a=[/home/O'Brien/x\"y]";
-        QTest::newRow("double quotes") << "a=\" x;\"\"y\"\"' \";b=1"
-                                       << "a=[ x;\"y\"' ] b=[1]";
-        QTest::newRow("single quotes") << "a = 'it''s; \"' ; b=1"
-                                       << "a=[it's; \"] b=[1]";
-        QTest::newRow("empty quotes") << "a=\"\""
-                                      << "a=[]";
-        QTest::newRow("the last of two counts") << "Mode=Read;MODE=Write"
-                                                << "Mode=[Write]";
-        QTest::newRow("beyond Latin") << u"Data Source=/tmp/Бюджет 🙂.mdb"_qs
-                                      << u"Data Source=[/tmp/Бюджет 🙂.mdb]"_qs;
+        addRow("empty", "", "");
+        addRow("separators alone", " ; ;;", "");
+        addRow("as the program writes it", "Provider=P;Data Source=C:\\My Files\\a.mdb;Jet OLEDB:Engine Type=4;",
+               "Provider=[P] Data Source=[C:\\My Files\\a.mdb] Jet OLEDB:Engine Type=[4]");
+        addRow("no separator at the end", "a=1;b=2", "a=[1] b=[2]");
+        addRow("blanks around key and value", "  a  =  x y  ; b =z", "a=[x y] b=[z]");
+        addRow("equals sign in a value", "a=b=c", "a=[b=c]");
+        addRow("equals sign in a key", "a==b=c", "a=b=[c]");
+        addRow("empty value", "a=;b=", "a=[] b=[]");
+        addRow("apostrophe inside a plain value", "a=/home/O'Brien/x\"y", "a=[/home/O'Brien/x\"y]");
+        addRow("double quotes", "a=\" x;\"\"y\"\"' \";b=1", "a=[ x;\"y\"' ] b=[1]");
+        addRow("single quotes", "a = 'it''s; \"' ; b=1", "a=[it's; \"] b=[1]");
+        addRow("empty quotes", "a=\"\"", "a=[]");
+        addRow("the last of two counts", "Mode=Read;MODE=Write", "Mode=[Write]");
+        addRow("beyond Latin", u"Data Source=/tmp/Бюджет 🙂.mdb"_qs,
+               u"Data Source=[/tmp/Бюджет 🙂.mdb]"_qs);
 
-        QTest::newRow("no equals sign") << "abc" << error;
-        QTest::newRow("no equals sign before the next pair") << "abc;d=1" << error;
-        QTest::newRow("empty key") << "a=1; =2" << error;
-        QTest::newRow("quote never closed") << "a=\"x;b=1" << error;
-        QTest::newRow("doubled quote at the end") << "a='x''" << error;
-        QTest::newRow("text behind the quote") << "a='x'y;b=1" << error;
+        addRow("no equals sign", "abc", error);
+        addRow("no equals sign before the next pair", "abc;d=1", error);
+        addRow("empty key", "a=1; =2", error);
+        addRow("quote never closed", "a=\"x;b=1", error);
+        addRow("doubled quote at the end", "a='x''", error);
+        addRow("text behind the quote", "a='x'y;b=1", error);
     }
     void pairs() {
         QFETCH(QString, text);
@@ -81,10 +68,10 @@ class tst_connection_string : public QObject {
     }
 
     void anyValueCanBeWritten_data() {
-        QTest::addColumn<QString>("value");
+        addColumns<QString>("value");
         for (const char* value : {"", " ", "plain", "a;b", "a=b", "=", "'", "\"", "\"'\"';", "'quoted'", "\"quoted\"",
                                   " leading", "trailing ", "x'y\"z", "\t", ";", "\"\"", "line\nbreak\n"})
-            QTest::newRow(QByteArray(value).toPercentEncoding().constData()) << value;
+            addRow(QByteArray(value).toPercentEncoding().constData(), value);
     }
     void anyValueCanBeWritten() {
         QFETCH(QString, value);

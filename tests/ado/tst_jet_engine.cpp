@@ -10,6 +10,7 @@
 #endif
 
 #include "ado/fixture.h"
+#include "rows.h"
 
 using fixture::bytesOf;
 using fixture::errorOf;
@@ -71,22 +72,17 @@ class tst_jet_engine : public QObject {
     }
 
     void refused_data() {
-        QTest::addColumn<QString>("source");
-        QTest::addColumn<QString>("destination");
-        QTest::addColumn<QString>("error");
+        addColumns<QString, QString, QString>("source", "destination", "error");
         const QString source = m_dir.filePath("a.mdb");
         const QString good = fixture::connectionString(source);
         const QString goodCopy = fixture::connectionString(m_dir.filePath("copy.mdb")) + kEngineType;
-        QTest::newRow("no provider") << "Data Source=" + source << goodCopy << "3706 ";
-        QTest::newRow("data shaping") << "Provider=MSDataShape;Data " + good << goodCopy << "3706 ";
-        QTest::newRow("wrong password") << fixture::connectionString(source, "x") << goodCopy
-                                        << "-2147217843 Not a valid password.";
-        QTest::newRow("no source") << fixture::connectionString(source + "x") << goodCopy
-                                   << "-2147467259 Could not find file";
-        QTest::newRow("another engine type") << good << goodCopy + "Jet OLEDB:Engine Type=5"
-                                             << "-2147217887 ";
-        QTest::newRow("no folder") << good << fixture::connectionString(m_dir.filePath("none/a.mdb")) + kEngineType
-                                   << "-2147467259 ";
+        addRow("no provider", "Data Source=" + source, goodCopy, "3706 ");
+        addRow("data shaping", "Provider=MSDataShape;Data " + good, goodCopy, "3706 ");
+        addRow("wrong password", fixture::connectionString(source, "x"), goodCopy, "-2147217843 Not a valid password.");
+        addRow("no source", fixture::connectionString(source + "x"), goodCopy, "-2147467259 Could not find file");
+        addRow("another engine type", good, goodCopy + "Jet OLEDB:Engine Type=5", "-2147217887 ");
+        addRow("no folder", good, fixture::connectionString(m_dir.filePath("none/a.mdb")) + kEngineType,
+               "-2147467259 ");
     }
     void refused() {
         QFETCH(QString, source);

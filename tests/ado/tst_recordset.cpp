@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "ado/fixture.h"
+#include "rows.h"
 
 using fixture::errorOf;
 using fixture::rowsOf;
@@ -108,9 +109,9 @@ class tst_recordset : public QObject {
     }
 
     void emptyResults_data() {
-        QTest::addColumn<bool>("client");
-        QTest::newRow("forward-only") << false;
-        QTest::newRow("client-side") << true;
+        addColumns<bool>("client");
+        addRow("forward-only", false);
+        addRow("client-side", true);
     }
     void emptyResults() {
         QFETCH(bool, client);
@@ -172,30 +173,18 @@ class tst_recordset : public QObject {
     }
 
     void types_data() {
-        QTest::addColumn<QString>("field");
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("number");  // or the error
-        QTest::newRow("boolean") << "flag" << QVariant(true) << "True"
-                                 << "-1";
-        QTest::newRow("byte") << "byte" << QVariant(200) << "200"
-                              << "200";
-        QTest::newRow("integer") << "integer" << QVariant(-2) << "-2"
-                                 << "-2";
-        QTest::newRow("long") << "long" << QVariant(70000) << "70000"
-                              << "70000";
-        QTest::newRow("currency") << "money" << QVariant(-12.345) << "-12.345"
-                                  << "-12.345";
-        QTest::newRow("single") << "single" << QVariant(static_cast<double>(0.1F)) << "0.1"
-                                << "0.10000000149011612";
-        QTest::newRow("double") << "double" << QVariant(1.0 / 3) << "0.333333333333333"
-                                << "0.3333333333333333";
-        QTest::newRow("date") << "day" << QVariant::fromValue(vbrt::Date{46024.25}) << "1/2/2026 6:00:00 AM"
-                              << "46024.25";
-        QTest::newRow("text") << "word" << QVariant(u"café"_qs) << u"café"_qs << "13 Type mismatch";
-        QTest::newRow("memo") << "memo" << QVariant(QString(3000, 'm')) << QString(3000, 'm') << "13 Type mismatch";
-        QTest::newRow("binary") << "bytes" << QVariant(QByteArray("\0\1\xFF", 3)) << "13 Type mismatch"
-                                << "13 Type mismatch";
+        addColumns<QString, QVariant, QString, QString>("field", "value", "text", "number");  // or the error
+        addRow("boolean", "flag", QVariant(true), "True", "-1");
+        addRow("byte", "byte", QVariant(200), "200", "200");
+        addRow("integer", "integer", QVariant(-2), "-2", "-2");
+        addRow("long", "long", QVariant(70000), "70000", "70000");
+        addRow("currency", "money", QVariant(-12.345), "-12.345", "-12.345");
+        addRow("single", "single", QVariant(static_cast<double>(0.1F)), "0.1", "0.10000000149011612");
+        addRow("double", "double", QVariant(1.0 / 3), "0.333333333333333", "0.3333333333333333");
+        addRow("date", "day", QVariant::fromValue(vbrt::Date{46024.25}), "1/2/2026 6:00:00 AM", "46024.25");
+        addRow("text", "word", QVariant(u"café"_qs), u"café"_qs, "13 Type mismatch");
+        addRow("memo", "memo", QVariant(QString(3000, 'm')), QString(3000, 'm'), "13 Type mismatch");
+        addRow("binary", "bytes", QVariant(QByteArray("\0\1\xFF", 3)), "13 Type mismatch", "13 Type mismatch");
     }
     void types() {
         QFETCH(QString, field);
@@ -221,20 +210,13 @@ class tst_recordset : public QObject {
     }
 
     void sorting_data() {
-        QTest::addColumn<QString>("criteria");
-        QTest::addColumn<QString>("order");
-        QTest::newRow("none") << ""
-                              << "b a c d";
-        QTest::newRow("ascending, Null first, equals as they were") << "amount"
-                                                                    << "c b d a";
-        QTest::newRow("descending") << "AMOUNT DESC"
-                                    << "a b d c";
-        QTest::newRow("two keys") << " [amount] asc , name desc"
-                                  << "c d b a";
-        QTest::newRow("unknown field") << "nothing"
-                                       << "3265 ";
-        QTest::newRow("no field") << "name,,"
-                                  << "3001 ";
+        addColumns<QString, QString>("criteria", "order");
+        addRow("none", "", "b a c d");
+        addRow("ascending, Null first, equals as they were", "amount", "c b d a");
+        addRow("descending", "AMOUNT DESC", "a b d c");
+        addRow("two keys", " [amount] asc , name desc", "c d b a");
+        addRow("unknown field", "nothing", "3265 ");
+        addRow("no field", "name,,", "3001 ");
     }
     void sorting() {
         QFETCH(QString, criteria);

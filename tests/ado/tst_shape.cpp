@@ -2,6 +2,7 @@
 #include <QTest>
 
 #include "ado/fixture.h"
+#include "rows.h"
 
 using fixture::errorOf;
 using fixture::rowsOf;
@@ -54,22 +55,16 @@ class tst_shape : public QObject {
     }
 
     void openings_data() {
-        QTest::addColumn<QString>("provider");
-        QTest::addColumn<QString>("string");
-        QTest::addColumn<QString>("error");
+        addColumns<QString, QString, QString>("provider", "string", "error");
         const QString none = "3706 Provider cannot be found. It may not be properly installed.";
         const QString plain = QString(m_source).replace("Data Provider=", "Provider=");
-        QTest::newRow("provider in the string") << ""
-                                                << "Provider=MSDataShape;" + m_source << "";
-        QTest::newRow("no data provider") << "MSDataShape" << m_source.mid(m_source.indexOf(';') + 1) << none;
-        QTest::newRow("unknown data provider") << "MSDataShape"
-                                               << "Data Provider=SQLOLEDB;Data Source=x" << none;
-        QTest::newRow("shaping twice") << "MSDataShape"
-                                       << "Data Provider=MSDataShape;Data Source=x" << none;
-        QTest::newRow("the string goes before the property") << "SQLOLEDB" << plain << "";
-        QTest::newRow("a data provider without shaping")
-            << ""
-            << "Data Provider=x;" + plain << "-2147467259 Could not find installable ISAM.";
+        addRow("provider in the string", "", "Provider=MSDataShape;" + m_source, "");
+        addRow("no data provider", "MSDataShape", m_source.mid(m_source.indexOf(';') + 1), none);
+        addRow("unknown data provider", "MSDataShape", "Data Provider=SQLOLEDB;Data Source=x", none);
+        addRow("shaping twice", "MSDataShape", "Data Provider=MSDataShape;Data Source=x", none);
+        addRow("the string goes before the property", "SQLOLEDB", plain, "");
+        addRow("a data provider without shaping", "", "Data Provider=x;" + plain,
+               "-2147467259 Could not find installable ISAM.");
     }
     void openings() {
         QFETCH(QString, provider);
@@ -80,40 +75,34 @@ class tst_shape : public QObject {
     }
 
     void groups_data() {
-        QTest::addColumn<QString>("statement");
-        QTest::addColumn<QString>("groups");
+        addColumns<QString, QString>("statement", "groups");
         const QString byParent = "-|(-|x -|w) food|(food|c FOOD |c) O'Brien {a}|(O'Brien {a}|d}) Rent|(Rent|b rent|a)";
-        QTest::newRow("Null first, by the order of texts, rows as they come, spelling of the first")
-            << kNotes << byParent;
-        QTest::newRow("words in any case, blanks, names in brackets, an end")
-            << "\tSHAPE{Select parent, note From children Order By id\n}As[kids]\nCompute `KIDS`  By[Parent] ;"
-            << byParent;
-        QTest::newRow("a column in quotes, a table in backquotes")
-            << "SHAPE {SELECT parent, note FROM `children` ORDER BY id}  AS kids COMPUTE kids BY 'PARENT'" << byParent;
-        QTest::newRow("braces and quotes in a text") << "shape {select note from children where parent = 'O''Brien "
-                                                        "{a}' and note <> \"'}\"} as c compute c by note"
-                                                     << "d}|(d})";
-        QTest::newRow("braces in a bracketed name")
-            << "shape {select note as [a}b] from children where note < 'c'} as c compute c by [a}b]"
-            << "a|(a) b|(b)";
-        QTest::newRow("without BY") << "shape {select note from children order by note desc} as c compute c"
-                                    << "(x w d} c c b a)";
-        QTest::newRow("two columns")
-            << "shape {select note, parent from children where parent is not null order by note} "
-               "as c compute c by [note], parent"
-            << "a|rent|(a|rent) b|Rent|(b|Rent) c|food|(c|food c|FOOD ) "
-               "d}|O'Brien {a}|(d}|O'Brien {a})";
-        QTest::newRow("numbers by value") << "shape {select [long] from types} as c compute c by long"
-                                          << "-|(-) 9|(9 9) 10|(10 10)";
-        QTest::newRow("money") << "shape {select money from types} as c compute c by money"
-                               << "-|(-) 2|(2 2 2) 10|(10)";
-        QTest::newRow("dates") << "shape {select [day] from types where [long] > 0} as c compute c by day"
-                               << "-|(-) 12/31/2025|(12/31/2025) 1/2/2026|(1/2/2026) "
-                                  "1/2/2026 6:00:00 AM|(1/2/2026 6:00:00 AM)";
-        QTest::newRow("no rows") << "shape {select note from children where note = 'y'} as c compute c by note"
-                                 << "";
-        QTest::newRow("no rows without BY") << "shape {select note from children where note = 'y'} as c compute c"
-                                            << "()";
+        addRow("Null first, by the order of texts, rows as they come, spelling of the first", kNotes, byParent);
+        addRow("words in any case, blanks, names in brackets, an end",
+               "\tSHAPE{Select parent, note From children Order By id\n}As[kids]\nCompute `KIDS`  By[Parent] ;",
+               byParent);
+        addRow("a column in quotes, a table in backquotes",
+               "SHAPE {SELECT parent, note FROM `children` ORDER BY id}  AS kids COMPUTE kids BY 'PARENT'", byParent);
+        addRow("braces and quotes in a text",
+               "shape {select note from children where parent = 'O''Brien "
+               "{a}' and note <> \"'}\"} as c compute c by note",
+               "d}|(d})");
+        addRow("braces in a bracketed name",
+               "shape {select note as [a}b] from children where note < 'c'} as c compute c by [a}b]", "a|(a) b|(b)");
+        addRow("without BY", "shape {select note from children order by note desc} as c compute c", "(x w d} c c b a)");
+        addRow("two columns",
+               "shape {select note, parent from children where parent is not null order by note} "
+               "as c compute c by [note], parent",
+               "a|rent|(a|rent) b|Rent|(b|Rent) c|food|(c|food c|FOOD ) "
+               "d}|O'Brien {a}|(d}|O'Brien {a})");
+        addRow("numbers by value", "shape {select [long] from types} as c compute c by long",
+               "-|(-) 9|(9 9) 10|(10 10)");
+        addRow("money", "shape {select money from types} as c compute c by money", "-|(-) 2|(2 2 2) 10|(10)");
+        addRow("dates", "shape {select [day] from types where [long] > 0} as c compute c by day",
+               "-|(-) 12/31/2025|(12/31/2025) 1/2/2026|(1/2/2026) "
+               "1/2/2026 6:00:00 AM|(1/2/2026 6:00:00 AM)");
+        addRow("no rows", "shape {select note from children where note = 'y'} as c compute c by note", "");
+        addRow("no rows without BY", "shape {select note from children where note = 'y'} as c compute c", "()");
     }
     void groups() {
         QFETCH(QString, statement);
@@ -126,11 +115,10 @@ class tst_shape : public QObject {
     }
 
     void refused_data() {
-        QTest::addColumn<QString>("statement");
-        QTest::addColumn<QString>("place");
+        addColumns<QString, QString>("statement", "place");
         const QString child = "{select parent, note from children}";
         const auto row = [](const char* name, const QString& statement, const QString& place) {
-            QTest::newRow(name) << statement << kRefused.arg(place.isEmpty() ? statement : place);
+            addRow(name, statement, kRefused.arg(place.isEmpty() ? statement : place));
         };
         row("the word alone", "shape", "");
         row("no query", "shape {} as c compute c", "} as c compute c");
@@ -152,8 +140,8 @@ class tst_shape : public QObject {
         row("an unknown column", "shape " + child + " as c compute c by note, id", "id");
         row("a qualified column", "shape " + child + " as c compute c by children.note", ".note");
         row("something behind", "shape " + child + " as c compute c by note; select", "select");
-        QTest::newRow("a bad query") << "shape {select from children} as c compute c"
-                                     << errorOf([&] { m_main.Execute("select from children"); });
+        addRow("a bad query", "shape {select from children} as c compute c",
+               errorOf([&] { m_main.Execute("select from children"); }));
     }
     void refused() {
         QFETCH(QString, statement);
