@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include "jet/paged_file.h"
+#include "rows.h"
 
 #ifndef Q_OS_WIN
 #include <sys/stat.h>
@@ -40,19 +41,194 @@ class tst_file : public QObject {
     Q_OBJECT
 
  private slots:
-    void init();
-    void readsAndWrites();
-    void openErrors_data();
-    void openErrors();
-    void renameAndRemove();
-    void identity();
-    void locksWithinTheProcess();
-    void pagerOverTheRealDisk();
+    void init() {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_folder->isValid());
+    }
+
+    void readsAndWrites() {
+        const auto file = m_disk.open(at("h\xC3\xA4user"), OpenMode::Create);
+        file->write(10, Bytes{1, 2, 3});
+        QCOMPARE(file->size(), 13U);
+        Bytes bytes(8, 9);
+        QCOMPARE(file->read(8, bytes), 5U);
+        QCOMPARE(bytes, (Bytes{0, 0, 1, 2, 3, 9, 9, 9}));
+        QCOMPARE(file->read(13, bytes), 0U);
+        QCOMPARE(file->read(1000, bytes), 0U);
+        file->truncate(11);
+        file->flush();
+        m_disk.flushFolder(at("h\xC3\xA4user"));
+        QCOMPARE(m_disk.open(at("h\xC3\xA4user"), OpenMode::Create)->size(), 11U);
+        QCOMPARE(codeOf([&] { m_disk.open(at("h\xC3\xA4user"), OpenMode::Read)->write(0, Bytes{1}); }), Errc::Io);
+        QCOMPARE(m_disk.open(at("h\xC3\xA4user"), OpenMode::CreateNew)->size(), 0U);
+    }
+
+    void openErrors_data() {
+        addColumns<QString, int, int>("path", "forReading", "forCreating");
+        const auto row = [](const char* name, const QString& path, Errc reading, Errc creating) {
+            addRow(name, path, int(reading), int(creating));
+        };
+        row("missing file", "none", Errc::FileNotFound, kNoError);
+        row("missing folder", "none/none", Errc::PathNotFound, Errc::PathNotFound);
+        row("file as a folder", "file/none", Errc::PathNotFound, Errc::PathNotFound);
+        row("folder", ".", Errc::AccessDenied, Errc::AccessDenied);
+    }
+    void openErrors() {
+        QFETCH(QString, path);
+        QFETCH(int, forReading);
+        QFETCH(int, forCreating);
+        m_disk.open(at("file"), OpenMode::Create);
+        const std::string full = at(path.toUtf8());
+        QCOMPARE(int(codeOf([&] { m_disk.open(full, OpenMode::Read); })), forReading);
+        QCOMPARE(int(codeOf([&] { m_disk.open(full, OpenMode::ReadWrite); })), forReading);
+        QCOMPARE(int(codeOf([&] { Pager::open(m_disk, full, {}); })), forReading);
+        QCOMPARE(int(codeOf([&] { m_disk.open(full, OpenMode::Create); })), forCreating);
+    }
+
+    void renameAndRemove() {
+        m_disk.open(at("a"), OpenMode::Create)->write(0, Bytes{1});
+        m_disk.open(at("b"), OpenMode::Create);
+        m_disk.rename(at("a"), at("b"));
+        QVERIFY(!m_disk.exists(at("a")));
+        QCOMPARE(m_disk.open(at("b"), OpenMode::Read)->size(), 1U);
+        QCOMPARE(codeOf([&] { m_disk.rename(at("a"), at("b")); }), Errc::FileNotFound);
+        m_disk.remove(at("b"));
+        m_disk.remove(at("b"));
+        QVERIFY(!m_disk.exists(at("b")));
+    }
+
+    void identity() {
+        m_disk.open(at("file"), OpenMode::Create);
+        QCOMPARE(m_disk.identity(at("./file")), m_disk.identity(at("file")));
+        QVERIFY(m_disk.identity(at("other")) != m_disk.identity(at("file")));
 #ifndef Q_OS_WIN
-    void specialFiles();
-    void writeProtected();
-    void locksBetweenProcesses();
-    void killedWhileCommitting();
+        QCOMPARE(::symlink(at("file").c_str(), at("link").c_str()), 0);
+        QCOMPARE(m_disk.identity(at("link")), m_disk.identity(at("file")));
+#endif
+    }
+
+    void locksWithinTheProcess() {
+        m_disk.open(at("file"), OpenMode::Create);
+        const auto first = m_disk.open(at("file"), OpenMode::ReadWrite);
+        QVERIFY(first->lock(true));
+        {
+            const auto second = m_disk.open(at("file"), OpenMode::ReadWrite);
+            QVERIFY(!second->lock(true));
+            QVERIFY(!second->lock(false));
+        }
+        // Closing the second has not dropped the lock of the first.
+        auto third = m_disk.open(at("file"), OpenMode::Read);
+        QVERIFY(!third->lock(false));
+        third.reset();
+        QVERIFY(first->lock(false));
+        const auto reader = m_disk.open(at("file"), OpenMode::Read);
+        QVERIFY(reader->lock(false));
+        QVERIFY(!first->lock(true));
+    }
+
+    void pagerOverTheRealDisk() {
+        makeFile(m_disk, at("budget"), "abc");
+        {
+            const auto pager = Pager::open(m_disk, at("budget"), {});
+            change(*pager, "Abcd");
+            QVERIFY(m_disk.exists(logPath(at("budget"))));
+        }
+        QVERIFY(!m_disk.exists(logPath(at("budget"))));
+        QCOMPARE(wordOf(m_disk, at("budget"), true), "Abcd");
+    }
+#ifndef Q_OS_WIN
+
+    void specialFiles() {
+        QCOMPARE(::mkfifo(at("pipe").c_str(), 0600), 0);
+        QCOMPARE(codeOf([&] { m_disk.open(at("pipe"), OpenMode::Read); }), Errc::AccessDenied);
+        QCOMPARE(codeOf([&] { m_disk.open(at("pipe"), OpenMode::ReadWrite); }), Errc::AccessDenied);
+        QCOMPARE(::symlink("loop", at("loop").c_str()), 0);
+        QVERIFY(codeOf([&] { m_disk.open(at("loop"), OpenMode::Read); }) != kNoError);
+    }
+
+    // Permissions do not bind root, so the child is nobody.
+    void writeProtected() {
+        makeFile(m_disk, at("budget"), "abc");
+        ::chmod(m_folder->path().toUtf8(), 0755);
+        const auto asNobody = [&](const std::function<bool()>& question) {
+            return inChild([&] { return (::geteuid() != 0 || ::setuid(65534) == 0) && question() ? 1 : 0; });
+        };
+        ::chmod(at("budget").c_str(), 0444);
+        QVERIFY(asNobody([&] {
+            const auto pager = Pager::open(m_disk, at("budget"), {});
+            return pager->readOnly() && wordOf(*pager) == "abc";
+        }));
+        ::chmod(at("budget").c_str(), 0);
+        QVERIFY(asNobody([&] { return codeOf([&] { Pager::open(m_disk, at("budget"), {}); }) == Errc::AccessDenied; }));
+        // A folder that takes no log: the file opens, and a commit is refused.
+        ::chmod(at("budget").c_str(), 0666);
+        ::chmod(m_folder->path().toUtf8(), 0555);
+        QVERIFY(asNobody([&] {
+            const auto pager = Pager::open(m_disk, at("budget"), {});
+            return codeOf([&] { change(*pager, "Abc"); }) == Errc::AccessDenied && wordOf(*pager) == "abc";
+        }));
+        ::chmod(m_folder->path().toUtf8(), 0700);
+    }
+
+    void locksBetweenProcesses() {
+        makeFile(m_disk, at("budget"), "abc");
+        const auto open = [&](bool readOnly) {
+            return inChild(
+                [&] { return int(codeOf([&] { Pager::open(m_disk, at("budget"), {.readOnly = readOnly}); })); });
+        };
+        {
+            const auto writer = Pager::open(m_disk, at("budget"), {});
+            QCOMPARE(open(false), int(Errc::Busy));
+            QCOMPARE(open(true), int(Errc::Busy));
+        }
+        {
+            const auto reader = Pager::open(m_disk, at("budget"), {.readOnly = true});
+            QCOMPARE(open(false), int(Errc::Busy));
+            QCOMPARE(open(true), int(kNoError) & 0xFF);
+        }
+        QCOMPARE(open(false), int(kNoError) & 0xFF);
+    }
+
+    // A child commits one letter after the other and reports each; it is killed somewhere in between.
+    void killedWhileCommitting() {
+        makeFile(m_disk, at("budget"), std::string(12, 'a'));
+        std::mt19937 random(5);
+        for (int round = 0; round < 25; ++round) {
+            int ends[2];
+            QCOMPARE(::pipe(ends), 0);
+            const pid_t child = ::fork();
+            if (child == 0) {
+                try {
+                    const auto pager = Pager::open(m_disk, at("budget"), {});
+                    for (char letter = wordOf(*pager)[0];;) {
+                        letter = letter == 'z' ? 'a' : static_cast<char>(letter + 1);
+                        change(*pager, std::string(12, letter));
+                        if (::write(ends[1], &letter, 1) != 1)
+                            break;
+                    }
+                } catch (const Error&) {
+                }
+                ::_exit(1);
+            }
+            ::close(ends[1]);
+            char reported = 0;
+            QCOMPARE(::read(ends[0], &reported, 1), 1);
+            QTest::qSleep(static_cast<int>(random() % 20) + 1);
+            ::kill(child, SIGKILL);
+            int status = 0;
+            ::waitpid(child, &status, 0);
+            QVERIFY(WIFSIGNALED(status));
+            for (char next; ::read(ends[0], &next, 1) == 1;)
+                reported = next;
+            ::close(ends[0]);
+
+            const std::string word = wordOf(m_disk, at("budget"));
+            const char under = reported == 'z' ? 'a' : static_cast<char>(reported + 1);
+            if (word != std::string(12, reported))
+                QCOMPARE(word, std::string(12, under));
+            QVERIFY(!m_disk.exists(at("budget-log.old")));
+        }
+    }
 #endif
 
  private:
@@ -64,197 +240,7 @@ class tst_file : public QObject {
     Disk& m_disk = realDisk();
 };
 
-void tst_file::init() {
-    m_folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_folder->isValid());
-}
-
-void tst_file::readsAndWrites() {
-    const auto file = m_disk.open(at("h\xC3\xA4user"), OpenMode::Create);
-    file->write(10, Bytes{1, 2, 3});
-    QCOMPARE(file->size(), 13U);
-    Bytes bytes(8, 9);
-    QCOMPARE(file->read(8, bytes), 5U);
-    QCOMPARE(bytes, (Bytes{0, 0, 1, 2, 3, 9, 9, 9}));
-    QCOMPARE(file->read(13, bytes), 0U);
-    QCOMPARE(file->read(1000, bytes), 0U);
-    file->truncate(11);
-    file->flush();
-    m_disk.flushFolder(at("h\xC3\xA4user"));
-    QCOMPARE(m_disk.open(at("h\xC3\xA4user"), OpenMode::Create)->size(), 11U);
-    QCOMPARE(codeOf([&] { m_disk.open(at("h\xC3\xA4user"), OpenMode::Read)->write(0, Bytes{1}); }), Errc::Io);
-    QCOMPARE(m_disk.open(at("h\xC3\xA4user"), OpenMode::CreateNew)->size(), 0U);
-}
-
-void tst_file::openErrors_data() {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("forReading");
-    QTest::addColumn<int>("forCreating");
-    const auto row = [](const char* name, const QString& path, Errc reading, Errc creating) {
-        QTest::newRow(name) << path << int(reading) << int(creating);
-    };
-    row("missing file", "none", Errc::FileNotFound, kNoError);
-    row("missing folder", "none/none", Errc::PathNotFound, Errc::PathNotFound);
-    row("file as a folder", "file/none", Errc::PathNotFound, Errc::PathNotFound);
-    row("folder", ".", Errc::AccessDenied, Errc::AccessDenied);
-}
-
-void tst_file::openErrors() {
-    QFETCH(QString, path);
-    QFETCH(int, forReading);
-    QFETCH(int, forCreating);
-    m_disk.open(at("file"), OpenMode::Create);
-    const std::string full = at(path.toUtf8());
-    QCOMPARE(int(codeOf([&] { m_disk.open(full, OpenMode::Read); })), forReading);
-    QCOMPARE(int(codeOf([&] { m_disk.open(full, OpenMode::ReadWrite); })), forReading);
-    QCOMPARE(int(codeOf([&] { Pager::open(m_disk, full, {}); })), forReading);
-    QCOMPARE(int(codeOf([&] { m_disk.open(full, OpenMode::Create); })), forCreating);
-}
-
-void tst_file::renameAndRemove() {
-    m_disk.open(at("a"), OpenMode::Create)->write(0, Bytes{1});
-    m_disk.open(at("b"), OpenMode::Create);
-    m_disk.rename(at("a"), at("b"));
-    QVERIFY(!m_disk.exists(at("a")));
-    QCOMPARE(m_disk.open(at("b"), OpenMode::Read)->size(), 1U);
-    QCOMPARE(codeOf([&] { m_disk.rename(at("a"), at("b")); }), Errc::FileNotFound);
-    m_disk.remove(at("b"));
-    m_disk.remove(at("b"));
-    QVERIFY(!m_disk.exists(at("b")));
-}
-
-void tst_file::identity() {
-    m_disk.open(at("file"), OpenMode::Create);
-    QCOMPARE(m_disk.identity(at("./file")), m_disk.identity(at("file")));
-    QVERIFY(m_disk.identity(at("other")) != m_disk.identity(at("file")));
 #ifndef Q_OS_WIN
-    QCOMPARE(::symlink(at("file").c_str(), at("link").c_str()), 0);
-    QCOMPARE(m_disk.identity(at("link")), m_disk.identity(at("file")));
-#endif
-}
-
-void tst_file::locksWithinTheProcess() {
-    m_disk.open(at("file"), OpenMode::Create);
-    const auto first = m_disk.open(at("file"), OpenMode::ReadWrite);
-    QVERIFY(first->lock(true));
-    {
-        const auto second = m_disk.open(at("file"), OpenMode::ReadWrite);
-        QVERIFY(!second->lock(true));
-        QVERIFY(!second->lock(false));
-    }
-    // Closing the second has not dropped the lock of the first.
-    auto third = m_disk.open(at("file"), OpenMode::Read);
-    QVERIFY(!third->lock(false));
-    third.reset();
-    QVERIFY(first->lock(false));
-    const auto reader = m_disk.open(at("file"), OpenMode::Read);
-    QVERIFY(reader->lock(false));
-    QVERIFY(!first->lock(true));
-}
-
-void tst_file::pagerOverTheRealDisk() {
-    makeFile(m_disk, at("budget"), "abc");
-    {
-        const auto pager = Pager::open(m_disk, at("budget"), {});
-        change(*pager, "Abcd");
-        QVERIFY(m_disk.exists(logPath(at("budget"))));
-    }
-    QVERIFY(!m_disk.exists(logPath(at("budget"))));
-    QCOMPARE(wordOf(m_disk, at("budget"), true), "Abcd");
-}
-
-#ifndef Q_OS_WIN
-
-void tst_file::specialFiles() {
-    QCOMPARE(::mkfifo(at("pipe").c_str(), 0600), 0);
-    QCOMPARE(codeOf([&] { m_disk.open(at("pipe"), OpenMode::Read); }), Errc::AccessDenied);
-    QCOMPARE(codeOf([&] { m_disk.open(at("pipe"), OpenMode::ReadWrite); }), Errc::AccessDenied);
-    QCOMPARE(::symlink("loop", at("loop").c_str()), 0);
-    QVERIFY(codeOf([&] { m_disk.open(at("loop"), OpenMode::Read); }) != kNoError);
-}
-
-// Permissions do not bind root, so the child is nobody.
-void tst_file::writeProtected() {
-    makeFile(m_disk, at("budget"), "abc");
-    ::chmod(m_folder->path().toUtf8(), 0755);
-    const auto asNobody = [&](const std::function<bool()>& question) {
-        return inChild([&] { return (::geteuid() != 0 || ::setuid(65534) == 0) && question() ? 1 : 0; });
-    };
-    ::chmod(at("budget").c_str(), 0444);
-    QVERIFY(asNobody([&] {
-        const auto pager = Pager::open(m_disk, at("budget"), {});
-        return pager->readOnly() && wordOf(*pager) == "abc";
-    }));
-    ::chmod(at("budget").c_str(), 0);
-    QVERIFY(asNobody([&] { return codeOf([&] { Pager::open(m_disk, at("budget"), {}); }) == Errc::AccessDenied; }));
-    // A folder that takes no log: the file opens, and a commit is refused.
-    ::chmod(at("budget").c_str(), 0666);
-    ::chmod(m_folder->path().toUtf8(), 0555);
-    QVERIFY(asNobody([&] {
-        const auto pager = Pager::open(m_disk, at("budget"), {});
-        return codeOf([&] { change(*pager, "Abc"); }) == Errc::AccessDenied && wordOf(*pager) == "abc";
-    }));
-    ::chmod(m_folder->path().toUtf8(), 0700);
-}
-
-void tst_file::locksBetweenProcesses() {
-    makeFile(m_disk, at("budget"), "abc");
-    const auto open = [&](bool readOnly) {
-        return inChild([&] { return int(codeOf([&] { Pager::open(m_disk, at("budget"), {.readOnly = readOnly}); })); });
-    };
-    {
-        const auto writer = Pager::open(m_disk, at("budget"), {});
-        QCOMPARE(open(false), int(Errc::Busy));
-        QCOMPARE(open(true), int(Errc::Busy));
-    }
-    {
-        const auto reader = Pager::open(m_disk, at("budget"), {.readOnly = true});
-        QCOMPARE(open(false), int(Errc::Busy));
-        QCOMPARE(open(true), int(kNoError) & 0xFF);
-    }
-    QCOMPARE(open(false), int(kNoError) & 0xFF);
-}
-
-// A child commits one letter after the other and reports each; it is killed somewhere in between.
-void tst_file::killedWhileCommitting() {
-    makeFile(m_disk, at("budget"), std::string(12, 'a'));
-    std::mt19937 random(5);
-    for (int round = 0; round < 25; ++round) {
-        int ends[2];
-        QCOMPARE(::pipe(ends), 0);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            try {
-                const auto pager = Pager::open(m_disk, at("budget"), {});
-                for (char letter = wordOf(*pager)[0];;) {
-                    letter = letter == 'z' ? 'a' : static_cast<char>(letter + 1);
-                    change(*pager, std::string(12, letter));
-                    if (::write(ends[1], &letter, 1) != 1)
-                        break;
-                }
-            } catch (const Error&) {
-            }
-            ::_exit(1);
-        }
-        ::close(ends[1]);
-        char reported = 0;
-        QCOMPARE(::read(ends[0], &reported, 1), 1);
-        QTest::qSleep(static_cast<int>(random() % 20) + 1);
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        QVERIFY(WIFSIGNALED(status));
-        for (char next; ::read(ends[0], &next, 1) == 1;)
-            reported = next;
-        ::close(ends[0]);
-
-        const std::string word = wordOf(m_disk, at("budget"));
-        const char under = reported == 'z' ? 'a' : static_cast<char>(reported + 1);
-        if (word != std::string(12, reported))
-            QCOMPARE(word, std::string(12, under));
-        QVERIFY(!m_disk.exists(at("budget-log.old")));
-    }
-}
 
 #endif
 
