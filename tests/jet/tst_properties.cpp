@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "jet/error.h"
+#include "rows.h"
 
 using jet::Bytes;
 using jet::PropertySet;
@@ -78,101 +79,94 @@ class TestProperties : public QObject {
     Q_OBJECT
 
  private slots:
-    void decodes_data();
-    void decodes();
-    void buildsTheSameBytes();
-    void answersQuestions();
-    void refusesDamage();
-};
-
-void TestProperties::decodes_data() {
-    QTest::addColumn<QString>("blob");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("table") << QString::fromLatin1(kTable)
-                           << "1 'envelope': Description(1,10)=456e76656c6f7065206e616d652e Required(1,1)=00 "
-                              "AllowZeroLength(1,1)=01\n"
-                              "1 'budget': Description(1,10)=42756467657420616d6f756e742e Format(1,10)=4669786564 "
-                              "DefaultValue(1,12)=30 Required(1,1)=00\n";
-    QTest::newRow("query") << QString::fromLatin1(kQuery)
-                           << "0 '': ODBCTimeout(1,3)=3c00 MaxRecords(1,4)=00000000\n"
-                              "1 'new_balance': Format(1,10)=5374616e64617264\n";
-    QTest::newRow("odd but allowed") << QString::fromLatin1(kOdd)
-                                     << QString::fromUtf8("1 'Köln': Wide(0,3)=ff000000 A(1,10)=\n0 '': B(129,1)=ff\n");
-    QTest::newRow("nothing in it") << QString("4B4B4400") << QString();
-}
-
-void TestProperties::decodes() {
-    QFETCH(QString, blob);
-    const Bytes raw = bytes(blob.toLatin1().constData());
-    const PropertySet set = PropertySet::decode(raw);
-    QTEST(show(set), "shown");
-    if (raw.size() > 4)
-        QCOMPARE(set.encode(), raw);
-}
-
-void TestProperties::buildsTheSameBytes() {
-    PropertySet set;
-    set.blocks = {
-        {.kind = 1,
-         .name = "envelope",
-         .properties = {PropertySet::textProperty("Description", "Envelope name."),
-                        PropertySet::boolProperty("Required", false),
-                        PropertySet::boolProperty("AllowZeroLength", true)}},
-        {.kind = 1,
-         .name = "budget",
-         .properties = {PropertySet::textProperty("Description", "Budget amount."),
-                        PropertySet::textProperty("Format", "Fixed"), PropertySet::memoProperty("DefaultValue", "0"),
-                        PropertySet::boolProperty("Required", false)}},
-    };
-    QCOMPARE(set.encode(), bytes(kTable));
-    QCOMPARE(set.encode().size(), std::size_t{203});
-}
-
-void TestProperties::answersQuestions() {
-    const PropertySet table = PropertySet::decode(bytes(kTable));
-    QVERIFY(table.object() == nullptr);
-    QVERIFY(table.column("amount") == nullptr);
-    const auto* column = table.column("ENVELOPE");
-    QVERIFY(column != nullptr);
-    QVERIFY(column->find("allowzerolength")->truth());
-    QVERIFY(!column->find("Required")->truth());
-    QVERIFY(column->find("Format") == nullptr);
-    QCOMPARE(column->find("Description")->text(), std::string("Envelope name."));
-
-    const PropertySet odd = PropertySet::decode(bytes(kOdd));
-    QVERIFY(odd.object()->find("b")->truth());
-    QVERIFY(odd.column("köln")->find("Wide")->truth());
-}
-
-// Every cut and every changed byte either still makes sense or is refused; nothing reads past the end.
-void TestProperties::refusesDamage() {
-    const Bytes good = bytes(kTable);
-    std::size_t refused = 0;
-    const auto tryDecode = [&](const Bytes& blob) {
-        try {
-            const Bytes again = PropertySet::decode(blob).encode();
-            QVERIFY(again.size() >= 4);
-        } catch (const jet::Error& e) {
-            QCOMPARE(e.code(), jet::Errc::Corrupt);
-            ++refused;
-        }
-    };
-    for (std::size_t length = 0; length < good.size(); ++length) {
-        // Between two blocks a blob may end.
-        const bool whole = length == 4 || length == 4 + 0x44 || length == 4 + 0x44 + 0x3C;
-        const std::size_t before = refused;
-        tryDecode(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)));
-        QCOMPARE(refused - before, std::size_t{whole ? 0U : 1U});
+    void decodes_data() {
+        addColumns<QString, QString>("blob", "shown");
+        addRow("table", QString::fromLatin1(kTable),
+               "1 'envelope': Description(1,10)=456e76656c6f7065206e616d652e Required(1,1)=00 "
+               "AllowZeroLength(1,1)=01\n"
+               "1 'budget': Description(1,10)=42756467657420616d6f756e742e Format(1,10)=4669786564 "
+               "DefaultValue(1,12)=30 Required(1,1)=00\n");
+        addRow("query", QString::fromLatin1(kQuery),
+               "0 '': ODBCTimeout(1,3)=3c00 MaxRecords(1,4)=00000000\n"
+               "1 'new_balance': Format(1,10)=5374616e64617264\n");
+        addRow("odd but allowed", QString::fromLatin1(kOdd),
+               QString::fromUtf8("1 'Köln': Wide(0,3)=ff000000 A(1,10)=\n0 '': B(129,1)=ff\n"));
+        addRow("nothing in it", QString("4B4B4400"), QString());
     }
-    refused = 0;
-    for (std::size_t at = 0; at < good.size(); ++at)
-        for (const int value : {0x00, 0x01, 0x7F, 0xFF}) {
-            Bytes blob = good;
-            blob[at] = static_cast<std::uint8_t>(value);
-            tryDecode(blob);
+    void decodes() {
+        QFETCH(QString, blob);
+        const Bytes raw = bytes(blob.toLatin1().constData());
+        const PropertySet set = PropertySet::decode(raw);
+        QTEST(show(set), "shown");
+        if (raw.size() > 4)
+            QCOMPARE(set.encode(), raw);
+    }
+
+    void buildsTheSameBytes() {
+        PropertySet set;
+        set.blocks = {
+            {.kind = 1,
+             .name = "envelope",
+             .properties = {PropertySet::textProperty("Description", "Envelope name."),
+                            PropertySet::boolProperty("Required", false),
+                            PropertySet::boolProperty("AllowZeroLength", true)}},
+            {.kind = 1,
+             .name = "budget",
+             .properties = {PropertySet::textProperty("Description", "Budget amount."),
+                            PropertySet::textProperty("Format", "Fixed"),
+                            PropertySet::memoProperty("DefaultValue", "0"),
+                            PropertySet::boolProperty("Required", false)}},
+        };
+        QCOMPARE(set.encode(), bytes(kTable));
+        QCOMPARE(set.encode().size(), std::size_t{203});
+    }
+
+    void answersQuestions() {
+        const PropertySet table = PropertySet::decode(bytes(kTable));
+        QVERIFY(table.object() == nullptr);
+        QVERIFY(table.column("amount") == nullptr);
+        const auto* column = table.column("ENVELOPE");
+        QVERIFY(column != nullptr);
+        QVERIFY(column->find("allowzerolength")->truth());
+        QVERIFY(!column->find("Required")->truth());
+        QVERIFY(column->find("Format") == nullptr);
+        QCOMPARE(column->find("Description")->text(), std::string("Envelope name."));
+
+        const PropertySet odd = PropertySet::decode(bytes(kOdd));
+        QVERIFY(odd.object()->find("b")->truth());
+        QVERIFY(odd.column("köln")->find("Wide")->truth());
+    }
+
+    // Every cut and every changed byte either still makes sense or is refused; nothing reads past the end.
+    void refusesDamage() {
+        const Bytes good = bytes(kTable);
+        std::size_t refused = 0;
+        const auto tryDecode = [&](const Bytes& blob) {
+            try {
+                const Bytes again = PropertySet::decode(blob).encode();
+                QVERIFY(again.size() >= 4);
+            } catch (const jet::Error& e) {
+                QCOMPARE(e.code(), jet::Errc::Corrupt);
+                ++refused;
+            }
+        };
+        for (std::size_t length = 0; length < good.size(); ++length) {
+            // Between two blocks a blob may end.
+            const bool whole = length == 4 || length == 4 + 0x44 || length == 4 + 0x44 + 0x3C;
+            const std::size_t before = refused;
+            tryDecode(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)));
+            QCOMPARE(refused - before, std::size_t{whole ? 0U : 1U});
         }
-    QVERIFY(refused > 100);
-}
+        refused = 0;
+        for (std::size_t at = 0; at < good.size(); ++at)
+            for (const int value : {0x00, 0x01, 0x7F, 0xFF}) {
+                Bytes blob = good;
+                blob[at] = static_cast<std::uint8_t>(value);
+                tryDecode(blob);
+            }
+        QVERIFY(refused > 100);
+    }
+};
 
 QTEST_APPLESS_MAIN(TestProperties)
 #include "tst_properties.moc"
