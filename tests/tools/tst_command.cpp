@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "rows.h"
+
 namespace {
 
 struct Answer {
@@ -41,20 +43,196 @@ class TestCommand : public QObject {
     Q_OBJECT
 
  private slots:
-    void init();
-    void makesTheTemplateTheSameTwice();
-    void makesABudgetOnce();
-    void showsTablesAndSchema();
-    void dumpsRows();
-    void dumpsPages();
-    void runsStatements_data();
-    void runsStatements();
-    void keepsWhatCameBeforeAnError();
-    void answersStatementByStatement();
-    void checks();
-    void compacts();
-    void reportsErrors_data();
-    void reportsErrors();
+    void init() {
+        m_budget = path("budget.mdb");
+        QFile::remove(m_budget);
+        QCOMPARE(jet({"new-budget", m_budget}).status, 0);
+    }
+
+    void makesTheTemplateTheSameTwice() {
+        for (const char* name : {"first.mdb", "second.mdb"})
+            QCOMPARE(run(MKTEMPLATE_COMMAND, {path(name)}).status, 0);
+        const QByteArray made = contentOf(path("first.mdb"));
+        QCOMPARE(made.size(), 141312);
+        QVERIFY(made == contentOf(path("second.mdb")));
+        QVERIFY(made == contentOf(m_budget));
+        QCOMPARE(made.mid(0x42, 20).toHex(), QByteArray("ed8a805a2770abfac65e28e613b68a6054947b36"));
+        QCOMPARE(jet({"check", kPassword, path("first.mdb")}).status, 0);
+    }
+
+    void makesABudgetOnce() {
+        addItems();
+        const QByteArray before = contentOf(m_budget);
+        const Answer again = jet({"new-budget", m_budget});
+        QCOMPARE(again.status, 2);
+        QCOMPARE(again.errors, QString("error -2147217897: Database already exists.\n"));
+        QVERIFY(contentOf(m_budget) == before);
+    }
+
+    void showsTablesAndSchema() {
+        QCOMPARE(jet({"tables", m_budget, "--password", "kqlmz47"}).out, QString("tbl_envelopes\ntbl_items\n"));
+        const QString schema = jet({"schema", kPassword, m_budget}).out;
+        for (const char* line :
+             {"table tbl_items\n  id  AutoNumber  Description=Item identifier.\n",
+              "  budget  Double  Description=Budget amount.  Format=Fixed  DefaultValue=0  Required=false\n",
+              "  payee  Text(50)  Description=Payee.  Required=false  AllowZeroLength=true\n",
+              "  primary key PrimaryKey on envelope\n", "  index id on id, unique\n",
+              "  index transfer_id on transfer_id\n",
+              "relationship tbl_envelopestbl_items: tbl_items (envelope) refers to tbl_envelopes (envelope), updates "
+              "cascade, deletions cascade\n",
+              "query qry_stuffer\n  SELECT "})
+            QVERIFY2(schema.contains(line), line);
+    }
+
+    void dumpsRows() {
+        addItems();
+        const Answer answer = jet({"dump", kPassword, m_budget, "TBL_ITEMS"});
+        QCOMPARE(
+            answer.out,
+            QString("{\"id\":1,\"amount\":-12.5,\"comment\":\"one\\ttwo\\nthree\",\"envelope\":\"Rent\",\"item_date\":"
+                    "\"2026-01-02\",\"item_num\":null,\"payee\":\"Bob \\\"Ä\\\\Z\\\"\",\"reconciled\":null,"
+                    "\"transfer_id\":0}\n"
+                    "{\"id\":2,\"amount\":0.1,\"comment\":null,\"envelope\":\"rent\",\"item_date\":null,\"item_num\":"
+                    "null,\"payee\":null,\"reconciled\":null,\"transfer_id\":0}\n"));
+        QVERIFY(
+            jet({"dump", kPassword, m_budget, "MSysObjects"})
+                .out.contains("\"DateCreate\":\"2000-01-01T12:00:00\",\"DateUpdate\":\"2000-01-01T12:00:00\",\"Owner\":"
+                              "\"0301\",\"Flags\":0"));
+    }
+
+    void dumpsPages() {
+        addItems();
+        const Answer answer = jet({"dump", "--pages", kPassword, m_budget});
+        QCOMPARE(answer.status, 0);
+        for (int page = 0; page < 69; ++page)
+            QCOMPARE(answer.out.count(QString("page %1: ").arg(page)), 1);
+        for (const char* line : {"page 0: header\n", "page 20: definition of tbl_envelopes\n", "page 24: map rows\n",
+                                 "page 27: index of tbl_items (PrimaryKey)\n  level 0, 2 entries", "page 68: free\n",
+                                 ": \"Rent\" 500\n", "page 30: long values of MSysObjects.LvProp\n"})
+            QVERIFY2(answer.out.contains(line), line);
+        QVERIFY(!answer.out.contains("damaged"));
+        QVERIFY(!answer.out.contains("not known"));
+    }
+
+    void runsStatements_data() {
+        addColumns<QByteArray, QStringList, QString>("input", "options", "out");
+        const QStringList none;
+        addRow("one a line", QByteArray("select id from tbl_items\nselect envelope from tbl_envelopes\n"), none,
+               "id\n1\n2\nenvelope\nRent\n");
+        addRow("semicolons and blank lines",
+               QByteArray("\n ;select id from tbl_items; \n\nselect budget from tbl_envelopes;"), none,
+               "id\n1\n2\nbudget\n500\n");
+        addRow(
+            "quotes keep a statement together",
+            QByteArray("update tbl_items set payee = 'a;\nb' where id = 1\nselect payee from tbl_items where id = 1"),
+            none, "1 rows affected\npayee\na;\\nb\n");
+        addRow("tabs, Null and dates", QByteArray("select comment, payee, item_date from tbl_items order by id"), none,
+               QString::fromUtf8("comment\tpayee\titem_date\none\\ttwo\\nthree\tBob \"Ä\\\\Z\"\t2026-01-02\n\t\t\n"));
+        addRow("as JSON", QByteArray("select id, amount from tbl_items; delete from tbl_items"), QStringList("--json"),
+               "{\"id\":1,\"amount\":-12.5}\n{\"id\":2,\"amount\":0.1}\n2 rows affected\n");
+        addRow("cascades are not counted",
+               QByteArray("update tbl_envelopes set envelope = 'Home'\nselect envelope from tbl_items"), none,
+               "1 rows affected\nenvelope\nHome\nHome\n");
+    }
+    void runsStatements() {
+        QFETCH(QByteArray, input);
+        QFETCH(QStringList, options);
+        addItems();
+        const Answer answer = jet(QStringList{"sql", kPassword, m_budget} + options, input);
+        QCOMPARE(answer.errors, QString());
+        QTEST(answer.out, "out");
+        QCOMPARE(answer.status, 0);
+    }
+
+    void keepsWhatCameBeforeAnError() {
+        addItems();
+        const Answer answer = jet({"sql", kPassword, m_budget, "delete from tbl_items where id = 1",
+                                   "insert into tbl_items (envelope) values ('nowhere')", "delete from tbl_items"});
+        QCOMPARE(answer.status, 2);
+        QCOMPARE(answer.out, QString("1 rows affected\n"));
+        QCOMPARE(answer.errors,
+                 QString("error -2147467259: You cannot add or change a record because a related record is "
+                         "required in table 'tbl_envelopes'.\n"));
+        QCOMPARE(jet({"sql", kPassword, m_budget, "select id from tbl_items"}).out, QString("id\n2\n"));
+    }
+
+    // Each answer comes when its statement is done, while the input is still open.
+    void answersStatementByStatement() {
+        addItems();
+        QProcess process;
+        process.start(JET_COMMAND, {"sql", kPassword, m_budget});
+        for (int i = 0; i < 3; ++i) {
+            process.write("update tbl_items set reconciled = '*' where id = 1\n");
+            while (!process.canReadLine() && process.waitForReadyRead(30000)) {
+            }
+            QCOMPARE(process.readLine(), QByteArray("1 rows affected\n"));
+        }
+        process.kill();
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(jet({"sql", kPassword, m_budget, "select reconciled from tbl_items where id = 1"}).out,
+                 QString("reconciled\n*\n"));
+    }
+
+    void checks() {
+        addItems();
+        QCOMPARE(jet({"check", kPassword, m_budget}).out.section('\n', -2), QString("0 problems\n"));
+        sql({"insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 9)",
+             "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 1)",
+             "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 6)",
+             "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', -6, 5)",
+             "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 8)",
+             "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', -5, 7)"});
+        const Answer remarks = jet({"check", kPassword, m_budget});
+        QCOMPARE(remarks.status, 0);
+        QVERIFY(
+            remarks.out.endsWith("remark: item 3 is half of a transfer: there is no item 9\n"
+                                 "remark: item 4 is half of a transfer: item 1 does not name it\n"
+                                 "remark: item 5 and item 6 are a transfer, but their amounts are not opposite\n"
+                                 "0 problems\n"));
+
+        QFile file(m_budget);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        file.seek(27 * 2048 + 2);  // the free space of an index page
+        file.write("\x01");
+        file.close();
+        const Answer damaged = jet({"check", kPassword, m_budget});
+        QCOMPARE(damaged.status, 1);
+        QVERIFY(damaged.out.contains("page 27"));
+        QVERIFY(!damaged.out.endsWith("\n0 problems\n"));
+    }
+
+    void compacts() {
+        addItems();
+        const QString out = path("compact.mdb");
+        QCOMPARE(jet({"compact", kPassword, m_budget, out}).status, 0);
+        QVERIFY(QFile(out).size() < QFile(m_budget).size());
+        QCOMPARE(jet({"check", kPassword, out}).out, QString("0 problems\n"));
+        QCOMPARE(jet({"dump", kPassword, out, "tbl_items"}).out, jet({"dump", kPassword, m_budget, "tbl_items"}).out);
+        QCOMPARE(jet({"compact", kPassword, m_budget, out}).errors,
+                 QString("error -2147217897: Database already exists.\n"));
+    }
+
+    void reportsErrors_data() {
+        addColumns<QStringList, QString>("arguments", "begins");
+        addRow("nothing", QStringList(), "usage: jet COMMAND");
+        addRow("no such command", QStringList{"list", "BUDGET"}, "usage: ");
+        addRow("no such option", QStringList{"tables", "--all", "BUDGET"}, "usage: ");
+        addRow("too few names", QStringList{"dump", "BUDGET"}, "usage: ");
+        addRow("too many names", QStringList{"tables", "BUDGET", "BUDGET"}, "usage: ");
+        addRow("wrong password", QStringList{"tables", "BUDGET"}, "error -2147217843: Not a valid password.");
+        addRow("no file", QStringList{"tables", "none.mdb"}, "error -2147467259: Could not find file 'none.mdb'");
+        addRow("no table", QStringList{"dump", kPassword, "BUDGET", "none"}, "error -2147217865: ");
+        addRow("no database", QStringList{"check", JET_COMMAND}, "error -2147467259: Unrecognized database format");
+        addRow("bad statement", QStringList{"sql", kPassword, "BUDGET", "selekt"}, "error -2147217900: ");
+    }
+    void reportsErrors() {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, begins);
+        const Answer answer = jet(arguments.replaceInStrings("BUDGET", m_budget));
+        QCOMPARE(answer.errors.left(begins.size()), begins);
+        QCOMPARE(answer.out, QString());
+        QCOMPARE(answer.status, 2);
+    }
 
  private:
     QTemporaryDir m_folder;
@@ -74,202 +252,6 @@ class TestCommand : public QObject {
              "insert into tbl_items (envelope, amount, transfer_id) values ('rent', 0.1, 0)"});
     }
 };
-
-void TestCommand::init() {
-    m_budget = path("budget.mdb");
-    QFile::remove(m_budget);
-    QCOMPARE(jet({"new-budget", m_budget}).status, 0);
-}
-
-void TestCommand::makesTheTemplateTheSameTwice() {
-    for (const char* name : {"first.mdb", "second.mdb"})
-        QCOMPARE(run(MKTEMPLATE_COMMAND, {path(name)}).status, 0);
-    const QByteArray made = contentOf(path("first.mdb"));
-    QCOMPARE(made.size(), 141312);
-    QVERIFY(made == contentOf(path("second.mdb")));
-    QVERIFY(made == contentOf(m_budget));
-    QCOMPARE(made.mid(0x42, 20).toHex(), QByteArray("ed8a805a2770abfac65e28e613b68a6054947b36"));
-    QCOMPARE(jet({"check", kPassword, path("first.mdb")}).status, 0);
-}
-
-void TestCommand::makesABudgetOnce() {
-    addItems();
-    const QByteArray before = contentOf(m_budget);
-    const Answer again = jet({"new-budget", m_budget});
-    QCOMPARE(again.status, 2);
-    QCOMPARE(again.errors, QString("error -2147217897: Database already exists.\n"));
-    QVERIFY(contentOf(m_budget) == before);
-}
-
-void TestCommand::showsTablesAndSchema() {
-    QCOMPARE(jet({"tables", m_budget, "--password", "kqlmz47"}).out, QString("tbl_envelopes\ntbl_items\n"));
-    const QString schema = jet({"schema", kPassword, m_budget}).out;
-    for (const char* line :
-         {"table tbl_items\n  id  AutoNumber  Description=Item identifier.\n",
-          "  budget  Double  Description=Budget amount.  Format=Fixed  DefaultValue=0  Required=false\n",
-          "  payee  Text(50)  Description=Payee.  Required=false  AllowZeroLength=true\n",
-          "  primary key PrimaryKey on envelope\n", "  index id on id, unique\n",
-          "  index transfer_id on transfer_id\n",
-          "relationship tbl_envelopestbl_items: tbl_items (envelope) refers to tbl_envelopes (envelope), updates "
-          "cascade, deletions cascade\n",
-          "query qry_stuffer\n  SELECT "})
-        QVERIFY2(schema.contains(line), line);
-}
-
-void TestCommand::dumpsRows() {
-    addItems();
-    const Answer answer = jet({"dump", kPassword, m_budget, "TBL_ITEMS"});
-    QCOMPARE(answer.out,
-             QString("{\"id\":1,\"amount\":-12.5,\"comment\":\"one\\ttwo\\nthree\",\"envelope\":\"Rent\",\"item_date\":"
-                     "\"2026-01-02\",\"item_num\":null,\"payee\":\"Bob \\\"Ä\\\\Z\\\"\",\"reconciled\":null,"
-                     "\"transfer_id\":0}\n"
-                     "{\"id\":2,\"amount\":0.1,\"comment\":null,\"envelope\":\"rent\",\"item_date\":null,\"item_num\":"
-                     "null,\"payee\":null,\"reconciled\":null,\"transfer_id\":0}\n"));
-    QVERIFY(jet({"dump", kPassword, m_budget, "MSysObjects"})
-                .out.contains("\"DateCreate\":\"2000-01-01T12:00:00\",\"DateUpdate\":\"2000-01-01T12:00:00\",\"Owner\":"
-                              "\"0301\",\"Flags\":0"));
-}
-
-void TestCommand::dumpsPages() {
-    addItems();
-    const Answer answer = jet({"dump", "--pages", kPassword, m_budget});
-    QCOMPARE(answer.status, 0);
-    for (int page = 0; page < 69; ++page)
-        QCOMPARE(answer.out.count(QString("page %1: ").arg(page)), 1);
-    for (const char* line : {"page 0: header\n", "page 20: definition of tbl_envelopes\n", "page 24: map rows\n",
-                             "page 27: index of tbl_items (PrimaryKey)\n  level 0, 2 entries", "page 68: free\n",
-                             ": \"Rent\" 500\n", "page 30: long values of MSysObjects.LvProp\n"})
-        QVERIFY2(answer.out.contains(line), line);
-    QVERIFY(!answer.out.contains("damaged"));
-    QVERIFY(!answer.out.contains("not known"));
-}
-
-void TestCommand::runsStatements_data() {
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("out");
-    const QStringList none;
-    QTest::newRow("one a line") << QByteArray("select id from tbl_items\nselect envelope from tbl_envelopes\n") << none
-                                << "id\n1\n2\nenvelope\nRent\n";
-    QTest::newRow("semicolons and blank lines")
-        << QByteArray("\n ;select id from tbl_items; \n\nselect budget from tbl_envelopes;") << none
-        << "id\n1\n2\nbudget\n500\n";
-    QTest::newRow("quotes keep a statement together")
-        << QByteArray("update tbl_items set payee = 'a;\nb' where id = 1\nselect payee from tbl_items where id = 1")
-        << none << "1 rows affected\npayee\na;\\nb\n";
-    QTest::newRow("tabs, Null and dates")
-        << QByteArray("select comment, payee, item_date from tbl_items order by id") << none
-        << QString::fromUtf8("comment\tpayee\titem_date\none\\ttwo\\nthree\tBob \"Ä\\\\Z\"\t2026-01-02\n\t\t\n");
-    QTest::newRow("as JSON") << QByteArray("select id, amount from tbl_items; delete from tbl_items")
-                             << QStringList("--json")
-                             << "{\"id\":1,\"amount\":-12.5}\n{\"id\":2,\"amount\":0.1}\n2 rows affected\n";
-    QTest::newRow("cascades are not counted")
-        << QByteArray("update tbl_envelopes set envelope = 'Home'\nselect envelope from tbl_items") << none
-        << "1 rows affected\nenvelope\nHome\nHome\n";
-}
-
-void TestCommand::runsStatements() {
-    QFETCH(QByteArray, input);
-    QFETCH(QStringList, options);
-    addItems();
-    const Answer answer = jet(QStringList{"sql", kPassword, m_budget} + options, input);
-    QCOMPARE(answer.errors, QString());
-    QTEST(answer.out, "out");
-    QCOMPARE(answer.status, 0);
-}
-
-void TestCommand::keepsWhatCameBeforeAnError() {
-    addItems();
-    const Answer answer = jet({"sql", kPassword, m_budget, "delete from tbl_items where id = 1",
-                               "insert into tbl_items (envelope) values ('nowhere')", "delete from tbl_items"});
-    QCOMPARE(answer.status, 2);
-    QCOMPARE(answer.out, QString("1 rows affected\n"));
-    QCOMPARE(answer.errors, QString("error -2147467259: You cannot add or change a record because a related record is "
-                                    "required in table 'tbl_envelopes'.\n"));
-    QCOMPARE(jet({"sql", kPassword, m_budget, "select id from tbl_items"}).out, QString("id\n2\n"));
-}
-
-// Each answer comes when its statement is done, while the input is still open.
-void TestCommand::answersStatementByStatement() {
-    addItems();
-    QProcess process;
-    process.start(JET_COMMAND, {"sql", kPassword, m_budget});
-    for (int i = 0; i < 3; ++i) {
-        process.write("update tbl_items set reconciled = '*' where id = 1\n");
-        while (!process.canReadLine() && process.waitForReadyRead(30000)) {
-        }
-        QCOMPARE(process.readLine(), QByteArray("1 rows affected\n"));
-    }
-    process.kill();
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(jet({"sql", kPassword, m_budget, "select reconciled from tbl_items where id = 1"}).out,
-             QString("reconciled\n*\n"));
-}
-
-void TestCommand::checks() {
-    addItems();
-    QCOMPARE(jet({"check", kPassword, m_budget}).out.section('\n', -2), QString("0 problems\n"));
-    sql({"insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 9)",
-         "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 1)",
-         "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 6)",
-         "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', -6, 5)",
-         "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', 5, 8)",
-         "insert into tbl_items (envelope, amount, transfer_id) values ('Rent', -5, 7)"});
-    const Answer remarks = jet({"check", kPassword, m_budget});
-    QCOMPARE(remarks.status, 0);
-    QVERIFY(
-        remarks.out.endsWith("remark: item 3 is half of a transfer: there is no item 9\n"
-                             "remark: item 4 is half of a transfer: item 1 does not name it\n"
-                             "remark: item 5 and item 6 are a transfer, but their amounts are not opposite\n"
-                             "0 problems\n"));
-
-    QFile file(m_budget);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    file.seek(27 * 2048 + 2);  // the free space of an index page
-    file.write("\x01");
-    file.close();
-    const Answer damaged = jet({"check", kPassword, m_budget});
-    QCOMPARE(damaged.status, 1);
-    QVERIFY(damaged.out.contains("page 27"));
-    QVERIFY(!damaged.out.endsWith("\n0 problems\n"));
-}
-
-void TestCommand::compacts() {
-    addItems();
-    const QString out = path("compact.mdb");
-    QCOMPARE(jet({"compact", kPassword, m_budget, out}).status, 0);
-    QVERIFY(QFile(out).size() < QFile(m_budget).size());
-    QCOMPARE(jet({"check", kPassword, out}).out, QString("0 problems\n"));
-    QCOMPARE(jet({"dump", kPassword, out, "tbl_items"}).out, jet({"dump", kPassword, m_budget, "tbl_items"}).out);
-    QCOMPARE(jet({"compact", kPassword, m_budget, out}).errors,
-             QString("error -2147217897: Database already exists.\n"));
-}
-
-void TestCommand::reportsErrors_data() {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("begins");
-    QTest::newRow("nothing") << QStringList() << "usage: jet COMMAND";
-    QTest::newRow("no such command") << QStringList{"list", "BUDGET"} << "usage: ";
-    QTest::newRow("no such option") << QStringList{"tables", "--all", "BUDGET"} << "usage: ";
-    QTest::newRow("too few names") << QStringList{"dump", "BUDGET"} << "usage: ";
-    QTest::newRow("too many names") << QStringList{"tables", "BUDGET", "BUDGET"} << "usage: ";
-    QTest::newRow("wrong password") << QStringList{"tables", "BUDGET"} << "error -2147217843: Not a valid password.";
-    QTest::newRow("no file") << QStringList{"tables", "none.mdb"}
-                             << "error -2147467259: Could not find file 'none.mdb'";
-    QTest::newRow("no table") << QStringList{"dump", kPassword, "BUDGET", "none"} << "error -2147217865: ";
-    QTest::newRow("no database") << QStringList{"check", JET_COMMAND}
-                                 << "error -2147467259: Unrecognized database format";
-    QTest::newRow("bad statement") << QStringList{"sql", kPassword, "BUDGET", "selekt"} << "error -2147217900: ";
-}
-
-void TestCommand::reportsErrors() {
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, begins);
-    const Answer answer = jet(arguments.replaceInStrings("BUDGET", m_budget));
-    QCOMPARE(answer.errors.left(begins.size()), begins);
-    QCOMPARE(answer.out, QString());
-    QCOMPARE(answer.status, 2);
-}
 
 QTEST_GUILESS_MAIN(TestCommand)
 #include "tst_command.moc"
