@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Runs the statements of tests/jetsql/*.test and compares what they say.
 //
-// A paragraph is a statement in lines that begin with "> ", then what must come out: for a SELECT the names of the
-// columns and the rows; else "N rows", or "error" with its name and what it is about. A first line "types>" wants the
-// types of the columns instead. "restart" closes the file and opens it again. Lines with "#" are remarks.
+// "> " begins a statement, which may go on in further such lines; then comes what it must give: for a SELECT the names
+// of the columns and the rows, else "N rows", or "error" with its name and what it is about. Behind " => " in the same
+// line stand the rows alone, parted by " ; ". A first line "types> " wants the types of the columns instead.
+// "restart" closes the file and opens it again. Lines with "#" are remarks.
 #include "jet/error.h"
 #include "jetsql/accumulator.h"
 #include "jetsql/test_database.h"
+#include "rows.h"
 #include "vbrt/date.h"
 
 #include <QDir>
@@ -43,7 +45,10 @@ std::string joined(const std::vector<std::string>& parts) {
     return line + "\n";
 }
 
-std::string answer(test::Database& db, const std::string& sql, bool types) {
+enum class Form { Rows, Types, Line };
+
+std::string answer(test::Database& db, const std::string& sql, Form form) {
+    const bool types = form == Form::Types;
     std::string text;
     try {
         const jetsql::Outcome outcome = db.execute(sql);
@@ -53,7 +58,7 @@ std::string answer(test::Database& db, const std::string& sql, bool types) {
         for (const jetsql::OutputColumn& c : outcome.rows->columns())
             parts.push_back(types ? c.name + " " + nameOf(c.type) + (c.length ? " " + std::to_string(c.length) : "")
                                   : c.name);
-        text = joined(parts);
+        text = form == Form::Line ? "" : joined(parts);
         for (jet::Row row; !types && outcome.rows->next(row);) {
             parts.clear();
             for (const jet::Value& v : row)
@@ -70,211 +75,171 @@ std::string answer(test::Database& db, const std::string& sql, bool types) {
     }
 }
 
+std::string inOneLine(const std::string& lines) {
+    return QString::fromStdString(lines).trimmed().replace("\n", " ; ").toStdString() + "\n";
+}
+
 }  // namespace
 
 class tst_sql : public QObject {
     Q_OBJECT
 
  private slots:
-    void files_data();
-    void files();
-    void anyStatement();
-    void changesWhileReading();
-    void storedQueryText();
-    void sumsOfCents();
-};
-
-void tst_sql::files_data() {
-    QTest::addColumn<QString>("path");
-    const QDir folder(QStringLiteral(TEST_FOLDER));
-    const QStringList names = folder.entryList({QStringLiteral("*.test")});
-    QVERIFY(!names.isEmpty());
-    for (const QString& name : names)
-        QTest::newRow(qPrintable(name)) << folder.filePath(name);
-}
-
-void tst_sql::files() {
-    QFETCH(QString, path);
-    vbrt::setToday(vbrt::DateSerial(2026, 11, 15));
-    test::Database db;
-    std::ifstream file(path.toStdString());
-    std::string line;
-    std::string sql;
-    std::string expected;
-    bool types = false;
-    int number = 0;
-    int statement = 0;
-    int failures = 0;
-    const auto check = [&] {
-        if (sql.empty())
-            return;
-        const std::string actual = answer(db, sql, types);
-        if (actual != expected) {
-            ++failures;
-            qWarning("line %d: %s\nexpected:\n%sbut it was:\n%s", statement, sql.c_str(), expected.c_str(),
-                     actual.c_str());
-        }
-        sql.clear();
-        expected.clear();
-    };
-    while (std::getline(file, line)) {
-        ++number;
-        const bool typesWanted = line.starts_with("types> ");
-        if (line.empty() || line.starts_with("# ")) {
-            check();
-        } else if (line == "restart") {
-            check();
-            db.restart();
-        } else if (typesWanted || line.starts_with("> ")) {
-            if (sql.empty()) {
-                statement = number;
-                types = typesWanted;
+    void files_data() {
+        addColumns<QString>("path");
+        const QDir folder(QStringLiteral(TEST_FOLDER));
+        const QStringList names = folder.entryList({QStringLiteral("*.test")});
+        QVERIFY(!names.isEmpty());
+        for (const QString& name : names)
+            addRow(qPrintable(name), folder.filePath(name));
+    }
+    void files() {
+        QFETCH(QString, path);
+        vbrt::setToday(vbrt::DateSerial(2026, 11, 15));
+        test::Database db;
+        std::ifstream file(path.toStdString());
+        std::string line;
+        std::string sql;
+        std::string expected;
+        Form form = Form::Rows;
+        int number = 0;
+        int statement = 0;
+        int failures = 0;
+        const auto check = [&] {
+            if (sql.empty())
+                return;
+            std::string actual = answer(db, sql, form);
+            if (form == Form::Line)
+                actual = actual.empty() ? "no rows\n" : inOneLine(actual);
+            if (actual != expected) {
+                ++failures;
+                qWarning("line %d: %s\nexpected:\n%sbut it was:\n%s", statement, sql.c_str(), expected.c_str(),
+                         actual.c_str());
             }
-            sql += (sql.empty() ? "" : "\n") + line.substr(typesWanted ? 7 : 2);
-        } else {
-            expected += line + "\n";
-        }
-    }
-    check();
-    QVERIFY(statement > 0);
-    QCOMPARE(failures, 0);
-}
-
-// Whatever is asked, there is an answer or an error.
-void tst_sql::anyStatement() {
-    static constexpr const char* kParts[] = {"select",
-                                             "select *",
-                                             "from tbl_items",
-                                             "from tbl_envelopes e inner join tbl_items i on e.envelope = i.envelope",
-                                             "where",
-                                             "group by",
-                                             "order by",
-                                             "having",
-                                             "envelope",
-                                             "amount",
-                                             "id",
-                                             "e.envelope",
-                                             "item_date",
-                                             "sum(",
-                                             "count(*)",
-                                             "max(id)",
-                                             "iif(",
-                                             "(",
-                                             ")",
-                                             ",",
-                                             "= 'Rent'",
-                                             "= 3",
-                                             "> 0",
-                                             "between",
-                                             "and",
-                                             "or",
-                                             "not",
-                                             "is null",
-                                             "in (1, 2)",
-                                             "like 'R*'",
-                                             "+",
-                                             "-",
-                                             "/",
-                                             "&",
-                                             "as a",
-                                             "a",
-                                             "distinct",
-                                             "top 2",
-                                             "format(",
-                                             "left(",
-                                             "mid(",
-                                             "'abc'",
-                                             "2.5",
-                                             "#1/2/2026#",
-                                             "null",
-                                             "desc",
-                                             "from qry_stuffer",
-                                             "new_balance",
-                                             "reconciled",
-                                             "abs(",
-                                             "cdate(",
-                                             "instr("};
-    test::Database db;
-    db.execute("insert into tbl_envelopes values ('Rent', 5)");
-    for (int i = 0; i < 4; ++i)
-        db.execute("insert into tbl_items (envelope, amount, item_date) values ('Rent', 1.5, '1/2/2026')");
-    std::uint32_t random = 3;
-    int answered = 0;
-    for (int round = 0; round < 1'500; ++round) {
-        std::string sql = "select";
-        for (int i = 0; i < 10; ++i) {
-            random = random * 1664525 + 1013904223;
-            sql += std::string(" ") + kParts[(random >> 10U) % std::size(kParts)];
-            for (const char* start : {"", "update tbl_items set amount = "})
-                answered += !answer(db, start + sql.substr(*start ? 7 : 0), false).starts_with("error");
-        }
-    }
-    QVERIFY(answered > 100);
-}
-
-// The rows may be anything then, but reading them ends well.
-void tst_sql::changesWhileReading() {
-    for (const char* sql : {"select * from tbl_items", "select * from tbl_items where envelope = 'Rent'",
-                            "select * from tbl_envelopes, tbl_items", "select * from tbl_items order by id"}) {
-        for (const char* change : {"delete from tbl_items where id > 1", "delete from tbl_envelopes",
-                                   "insert into tbl_items (envelope, comment) select envelope, comment from tbl_items",
-                                   "update tbl_envelopes set envelope = 'A name that is longer than Rent'"}) {
-            test::Database db;
-            db.execute("insert into tbl_envelopes values ('Rent', 5)");
-            for (int i = 0; i < 60; ++i)
-                db.execute("insert into tbl_items (envelope, comment) values ('Rent', 'some text')");
-            const auto rows = db.execute(sql).rows;
-            jet::Row row;
-            QVERIFY(rows->next(row));
-            db.execute(change);
-            try {
-                for (int i = 0; i < 1'000 && rows->next(row); ++i) {
+            sql.clear();
+            expected.clear();
+        };
+        while (std::getline(file, line)) {
+            ++number;
+            const bool typesWanted = line.starts_with("types> ");
+            const bool remark = line.empty() || line.starts_with("# ");
+            const bool isStatement = typesWanted || line.starts_with("> ");
+            if (remark || line == "restart" || (isStatement && !expected.empty()))
+                check();
+            if (line == "restart") {
+                db.restart();
+            } else if (isStatement) {
+                const std::size_t arrow = line.find(" => ");
+                if (sql.empty()) {
+                    statement = number;
+                    form = typesWanted ? Form::Types : arrow < line.size() ? Form::Line : Form::Rows;
                 }
-            } catch (const jet::Error&) {
+                const std::size_t begin = typesWanted ? 7 : 2;
+                sql += (sql.empty() ? "" : "\n") + line.substr(begin, arrow - begin);
+                if (form == Form::Line)
+                    expected = line.substr(arrow + 4) + "\n";
+            } else if (!remark) {
+                expected += line + "\n";
+            }
+        }
+        check();
+        QVERIFY(statement > 0);
+        QCOMPARE(failures, 0);
+    }
+
+    // Whatever is asked, there is an answer or an error.
+    void anyStatement() {
+        const QStringList parts =
+            QString(
+                "select|select *|from tbl_items|"
+                "from tbl_envelopes e inner join tbl_items i on e.envelope = i.envelope|where|group by|order by|"
+                "having|envelope|amount|id|e.envelope|item_date|sum(|count(*)|max(id)|iif(|(|)|,|= 'Rent'|= 3|"
+                "> 0|between|and|or|not|is null|in (1, 2)|like 'R*'|+|-|/|&|as a|a|distinct|top 2|format(|left(|"
+                "mid(|'abc'|2.5|#1/2/2026#|null|desc|from qry_stuffer|new_balance|reconciled|abs(|cdate(|instr(")
+                .split('|');
+        test::Database db;
+        db.execute("insert into tbl_envelopes values ('Rent', 5)");
+        for (int i = 0; i < 4; ++i)
+            db.execute("insert into tbl_items (envelope, amount, item_date) values ('Rent', 1.5, '1/2/2026')");
+        std::uint32_t random = 3;
+        int answered = 0;
+        for (int round = 0; round < 1'500; ++round) {
+            std::string sql = "select";
+            for (int i = 0; i < 10; ++i) {
+                random = random * 1664525 + 1013904223;
+                sql += std::string(" ") + parts[(random >> 10U) % parts.size()].toStdString();
+                for (const char* start : {"", "update tbl_items set amount = "})
+                    answered += !answer(db, start + sql.substr(*start ? 7 : 0), Form::Rows).starts_with("error");
+            }
+        }
+        QVERIFY(answered > 100);
+    }
+
+    // The rows may be anything then, but reading them ends well.
+    void changesWhileReading() {
+        for (const char* sql : {"select * from tbl_items", "select * from tbl_items where envelope = 'Rent'",
+                                "select * from tbl_envelopes, tbl_items", "select * from tbl_items order by id"}) {
+            for (const char* change :
+                 {"delete from tbl_items where id > 1", "delete from tbl_envelopes",
+                  "insert into tbl_items (envelope, comment) select envelope, comment from tbl_items",
+                  "update tbl_envelopes set envelope = 'A name that is longer than Rent'"}) {
+                test::Database db;
+                db.execute("insert into tbl_envelopes values ('Rent', 5)");
+                for (int i = 0; i < 60; ++i)
+                    db.execute("insert into tbl_items (envelope, comment) values ('Rent', 'some text')");
+                const auto rows = db.execute(sql).rows;
+                jet::Row row;
+                QVERIFY(rows->next(row));
+                db.execute(change);
+                try {
+                    for (int i = 0; i < 1'000 && rows->next(row); ++i) {
+                    }
+                } catch (const jet::Error&) {
+                }
             }
         }
     }
-}
 
-void tst_sql::storedQueryText() {
-    test::Database db;
-    const auto text = [&](const char* name) { return jetsql::sqlOf(*db->query(name)); };
-    QCOMPARE(
-        text("qry_stuffer"),
-        std::string("SELECT tbl_envelopes.envelope, tbl_envelopes.budget, Sum(tbl_items.amount) AS current_balance, "
-                    "[current_balance]+[budget] AS new_balance FROM tbl_envelopes INNER JOIN tbl_items ON "
-                    "tbl_envelopes.envelope = tbl_items.envelope GROUP BY tbl_envelopes.envelope, "
-                    "tbl_envelopes.budget ORDER BY tbl_envelopes.envelope;"));
-    QCOMPARE(text("qry_top"),
-             std::string("SELECT TOP 2 * FROM qry_stuffer AS s WHERE s.budget>0 ORDER BY new_balance DESC;"));
-    QCOMPARE(text("qry_joins"),
-             std::string("SELECT DISTINCT c.id AS [two words] FROM ([odd name] INNER JOIN tree AS b ON "
-                         "[odd name].[two words]=b.id) LEFT JOIN tree AS c ON (b.id=c.parent) AND "
-                         "(b.parent=c.id), defaults;"));
-}
-
-// Amounts in cents, all of them out again in another order, and a cent.
-void tst_sql::sumsOfCents() {
-    jetsql::DecimalSum sum;
-    std::vector<double> amounts;
-    std::mt19937 random(5);
-    for (int i = 0; i < 200'000; ++i)
-        amounts.push_back(static_cast<double>(random() % 100'000'000U) / 100);
-    double total = 0;
-    long long cents = 0;
-    for (const double amount : amounts) {
-        sum.add(amount);
-        cents += std::llround(amount * 100);
+    void storedQueryText() {
+        test::Database db;
+        const auto text = [&](const char* name) { return jetsql::sqlOf(*db->query(name)); };
+        QCOMPARE(text("qry_stuffer"),
+                 std::string(
+                     "SELECT tbl_envelopes.envelope, tbl_envelopes.budget, Sum(tbl_items.amount) AS current_balance, "
+                     "[current_balance]+[budget] AS new_balance FROM tbl_envelopes INNER JOIN tbl_items ON "
+                     "tbl_envelopes.envelope = tbl_items.envelope GROUP BY tbl_envelopes.envelope, "
+                     "tbl_envelopes.budget ORDER BY tbl_envelopes.envelope;"));
+        QCOMPARE(text("qry_top"),
+                 std::string("SELECT TOP 2 * FROM qry_stuffer AS s WHERE s.budget>0 ORDER BY new_balance DESC;"));
+        QCOMPARE(text("qry_joins"),
+                 std::string("SELECT DISTINCT c.id AS [two words] FROM ([odd name] INNER JOIN tree AS b ON "
+                             "[odd name].[two words]=b.id) LEFT JOIN tree AS c ON (b.id=c.parent) AND "
+                             "(b.parent=c.id), defaults;"));
     }
-    total = sum.result();
-    QCOMPARE(total, static_cast<double>(cents) / 100);
-    std::shuffle(amounts.begin(), amounts.end(), random);
-    for (const double amount : amounts)
-        sum.add(-amount);
-    QVERIFY(sum.result() == 0);
-    sum.add(0.01);
-    QVERIFY(sum.result() == 0.01);
-}
+
+    // Amounts in cents, all of them out again in another order, and a cent.
+    void sumsOfCents() {
+        jetsql::DecimalSum sum;
+        std::vector<double> amounts;
+        std::mt19937 random(5);
+        for (int i = 0; i < 200'000; ++i)
+            amounts.push_back(static_cast<double>(random() % 100'000'000U) / 100);
+        double total = 0;
+        long long cents = 0;
+        for (const double amount : amounts) {
+            sum.add(amount);
+            cents += std::llround(amount * 100);
+        }
+        total = sum.result();
+        QCOMPARE(total, static_cast<double>(cents) / 100);
+        std::shuffle(amounts.begin(), amounts.end(), random);
+        for (const double amount : amounts)
+            sum.add(-amount);
+        QVERIFY(sum.result() == 0);
+        sum.add(0.01);
+        QVERIFY(sum.result() == 0.01);
+    }
+};
 
 QTEST_APPLESS_MAIN(tst_sql)
 #include "tst_sql.moc"
