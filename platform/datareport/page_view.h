@@ -2,8 +2,8 @@
 // PageView shows laid-out pages as sheets one below the other, at any size.
 //
 // It borrows the pages. Pages count from 0. The sheets that are visible are painted straight from the layout. Not a
-// QPrintPreviewWidget, because that needs a printer to work with and paints every page into a record before it shows the
-// first: for 300 pages half a second more and a third more memory.
+// QPrintPreviewWidget, because that needs a printer to work with and paints every page into a record before it shows
+// the first: for 300 pages half a second more and a third more memory.
 #pragma once
 
 #include <QAbstractScrollArea>

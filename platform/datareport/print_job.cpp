@@ -56,6 +56,7 @@ PrintJob::PrintJob(const QString& title, Orientation orientation)
     : m_printer(usablePrinter()),
       m_orientation(orientation),
       m_layout(m_printer.pageLayout()),
+      m_name(m_printer.printerName()),
       m_outputFile(m_printer.outputFileName()),
       m_copies(m_printer.copyCount()),
       m_collate(m_printer.collateCopies()) {
@@ -70,8 +71,11 @@ PrintJob::~PrintJob() {
     m_printer.setFromTo(0, 0);
     m_printer.setCopyCount(m_copies);
     m_printer.setCollateCopies(m_collate);
-    if (m_printer.outputFileName() != m_outputFile)
+    if (m_printer.outputFileName() != m_outputFile) {
         m_printer.setOutputFileName(m_outputFile);
+        if (m_outputFile.isEmpty() && !m_name.isEmpty())
+            m_printer.setPrinterName(m_name);  // that took the default one
+    }
 }
 
 bool PrintJob::ask(QWidget* owner) {

@@ -32,6 +32,7 @@ class PrintJob {
     QPrinter& m_printer;
     Orientation m_orientation;
     QPageLayout m_layout;
+    QString m_name;
     QString m_outputFile;
     int m_copies;
     bool m_collate;

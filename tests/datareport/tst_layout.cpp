@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
-#include <ranges>
 
 using datareport::Align;
 using datareport::Band;
@@ -35,8 +34,6 @@ class tst_layout : public QObject {
     void init() { vbrt::setToday(vbrt::DateSerial(2026, 3, 9)); }
     void wrap_data();
     void wrap();
-    void wideNumbers_data();
-    void wideNumbers();
     void rows_data();
     void rows();
     void groups_data();
@@ -47,7 +44,6 @@ class tst_layout : public QObject {
     void papers_data();
     void papers();
     void decimals();
-    void sumOfText();
 };
 
 namespace {
@@ -55,8 +51,9 @@ namespace {
 const Style kRight = {.align = Align::Right};
 const QVariant kNull;
 
-// 200 x 128 points inside the margins: six rows between header and footer.
-const Paper kSmall = {.size = {272, 200}};
+// 200 x 110 points inside the margins: a ledger has room for five rows between header and footer, or four and the
+// total.
+const Paper kSmall = {.size = {272, 182}};
 
 Design ledger() {
     return {
@@ -102,6 +99,13 @@ QString texts(const Pages& pages) {
     return datareport::dump(pages).replace(edges, "\\1");
 }
 
+// Of grouped(), without page headers and footers: ", " behind each line, "/ " between the pages.
+QString bodies(const Pages& pages) {
+    static const QRegularExpression repeated("(=== page 1|Ledger.*|----)\\n");
+    static const QRegularExpression page("=== page \\d+\\n");
+    return texts(pages).remove(repeated).replace(page, "/ ").replace('\n', ", ");
+}
+
 }  // namespace
 
 void tst_layout::wrap_data() {
@@ -111,29 +115,29 @@ void tst_layout::wrap_data() {
     QTest::addColumn<QString>("shown");  // "|" between lines
 
     // In points of Arial 10: "i" 2.2, a blank 2.8, "a" 5.6, "M" 8.3, an ellipsis 10.
-    QTest::newRow("fits") << "aaaa" << 23.0 << 1 << "aaaa";
-    QTest::newRow("one line ends in an ellipsis") << "aaaaaa" << 23.0 << 1 << u8"aa\u2026";
-    QTest::newRow("no blank before the ellipsis") << "aa aaa" << 25.0 << 1 << u8"aa\u2026";
-    QTest::newRow("ellipsis alone") << "MMM" << 12.0 << 1 << u8"\u2026";
-    QTest::newRow("not even that") << "MMM" << 9.0 << 1 << "";
-    QTest::newRow("broken at blanks") << "aaa aa aaaa" << 34.0 << 3 << "aaa aa|aaaa";
-    QTest::newRow("blank just behind the edge") << "aaaa aa" << 22.5 << 2 << "aaaa|aa";
-    QTest::newRow("long word broken inside") << "aaaaaaaaa a" << 23.0 << 3 << "aaaa|aaaa|a a";
-    QTest::newRow("word behind leading blanks") << "  aaaaaaa" << 23.0 << 2 << "  aaa|aaaa";
-    QTest::newRow("last line ends in an ellipsis") << "aaa aaa aaa" << 23.0 << 2 << u8"aaa|aa\u2026";
-    QTest::newRow("line breaks") << "a\r\nb\nc\rd" << 60.0 << 9 << "a|b|c|d";
-    QTest::newRow("empty line") << "a\r\n\r\nb" << 60.0 << 9 << "a||b";
-    QTest::newRow("break at the end is nothing") << "a\r\n" << 60.0 << 2 << "a";
-    QTest::newRow("more lines than allowed") << "a\nb\nc" << 60.0 << 2 << u8"a|b\u2026";
-    QTest::newRow("breaks on one line are blanks") << "a\r\nb\nc" << 60.0 << 1 << "a b c";
-    QTest::newRow("control characters are blanks") << QString(
-                                                          "a\tb\x01"
-                                                          "c")
-                                                   << 60.0 << 3 << "a b c";
-    QTest::newRow("ampersand") << "a && b &c" << 60.0 << 1 << "a && b &c";
-    QTest::newRow("accents") << u8"Müßé – “x” €" << 99.0 << 1 << u8"Müßé – “x” €";
-    QTest::newRow("surrogates stay whole") << u8"\U0001F600\U0001F600\U0001F600" << 14.0 << 1 << u8"\u2026";
-    QTest::newRow("empty") << "" << 10.0 << 2 << "";
+    const auto row = [](const char* name, const QString& text, double width, int lines, const QString& shown) {
+        QTest::newRow(name) << text << width << lines << shown;
+    };
+    row("fits", "aaaa", 23, 1, "aaaa");
+    row("one line ends in an ellipsis", "aaaaaa", 23, 1, "aa…");
+    row("no blank before the ellipsis", "aa aaa", 25, 1, "aa…");
+    row("ellipsis alone", "MMM", 12, 1, "…");
+    row("not even that", "MMM", 9, 1, "");
+    row("broken at blanks", "aaa aa aaaa", 34, 3, "aaa aa|aaaa");
+    row("blank just behind the edge", "aaaa aa", 22.5, 2, "aaaa|aa");
+    row("long word broken inside", "aaaaaaaaa a", 23, 3, "aaaa|aaaa|a a");
+    row("word behind leading blanks", "  aaaaaaa", 23, 2, "  aaa|aaaa");
+    row("last line ends in an ellipsis", "aaa aaa aaa", 23, 2, "aaa|aa…");
+    row("line breaks", "a\r\nb\nc\rd", 60, 9, "a|b|c|d");
+    row("empty line", "a\r\n\r\nb", 60, 9, "a||b");
+    row("break at the end is nothing", "a\r\n", 60, 2, "a");
+    row("more lines than allowed", "a\nb\nc", 60, 2, "a|b…");
+    row("breaks on one line are blanks", "a\r\nb\nc", 60, 1, "a b c");
+    row("control characters are blanks", "a\tb\vc", 60, 3, "a b c");
+    row("ampersand", "a && b &c", 60, 1, "a && b &c");
+    row("accents", "Müßé – “x” €", 99, 1, "Müßé – “x” €");
+    row("surrogates stay whole", "\U0001F600\U0001F600\U0001F600", 14, 1, "…");
+    row("empty", "", 10, 2, "");
 }
 
 void tst_layout::wrap() {
@@ -149,36 +153,6 @@ void tst_layout::wrap() {
     QTEST(shown.join('|'), "shown");
 }
 
-void tst_layout::wideNumbers_data() {
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("format");
-    QTest::addColumn<QString>("shown");
-
-    // The amounts' column is 100 points wide.
-    QTest::newRow("fits") << QVariant(-123456789.25) << "#,##0.00"
-                          << "-123,456,789.25";
-    QTest::newRow("number") << QVariant(1e20) << "#,##0.00"
-                            << "###################";
-    QTest::newRow("number without format") << QVariant(123456789012345.0) << ""
-                                           << "123456789012345";
-    QTest::newRow("date") << QVariant::fromValue(vbrt::Date{46000}) << "dddd, mmmm dd, yyyy hh:nn"
-                          << "###################";
-    QTest::newRow("text") << QVariant("123456789012345678901234") << "" << u8"123456789012345678…";
-}
-
-void tst_layout::wideNumbers() {
-    QFETCH(QVariant, value);
-    QFETCH(QString, format);
-    Design design = ledger();
-    design.bands[1].controls[1].format = format;
-    const Pages pages = laidOut(design, {{"payee", "amount"}, {{"", value}}, {}}, kSmall);
-    const auto& items = pages.pages[0].items;
-    // Behind the date and the numbers of the header.
-    QTEST(items[1].text, "shown");
-    QVERIFY(items[1].left >= 100);
-    QVERIFY(std::abs(items[1].left + items[1].width - 200) < 0.01);
-}
-
 void tst_layout::rows_data() {
     QTest::addColumn<Table>("table");
     QTest::addColumn<QString>("pages");
@@ -188,39 +162,17 @@ void tst_layout::rows_data() {
 0 Total | 182 0.00
 0 ----
 )";
-    QTest::newRow("one row") << items(1) << R"(=== page 1
-0 Ledger 3/9/2026 | 130 1/1
-0 Row 1 | 182 1.00
-0 Total | 182 1.00
-0 ----
-)";
-    QTest::newRow("full page, the last row goes with the total") << items(6) << R"(=== page 1
+    QTest::newRow("full page, the last row goes with the total") << items(5) << R"(=== page 1
 0 Ledger 3/9/2026 | 130 1/2
 0 Row 1 | 182 1.00
 0 Row 2 | 182 2.00
 0 Row 3 | 182 3.00
 0 Row 4 | 182 4.00
-0 Row 5 | 182 5.00
 0 ----
 === page 2
 0 Ledger 3/9/2026 | 130 2/2
-0 Row 6 | 182 6.00
-0 Total | 177 21.00
-0 ----
-)";
-    QTest::newRow("over a page") << items(7) << R"(=== page 1
-0 Ledger 3/9/2026 | 130 1/2
-0 Row 1 | 182 1.00
-0 Row 2 | 182 2.00
-0 Row 3 | 182 3.00
-0 Row 4 | 182 4.00
 0 Row 5 | 182 5.00
-0 Row 6 | 182 6.00
-0 ----
-=== page 2
-0 Ledger 3/9/2026 | 130 2/2
-0 Row 7 | 182 7.00
-0 Total | 177 28.00
+0 Total | 177 15.00
 0 ----
 )";
     QTest::newRow("Null is blank and counts as 0")
@@ -252,70 +204,24 @@ void tst_layout::groups_data() {
     QTest::addColumn<Table>("table");
     QTest::addColumn<QString>("pages");
 
-    QTest::newRow("no groups") << Table{{"envelope"}, {}, {}} << R"(=== page 1
-Everything
-Ledger 3/9/2026 | 1/1
-Total | 0.00
-----
-)";
-    QTest::newRow("group without rows") << Table{{"envelope"}, {{"Rent"}}, {items(0)}} << R"(=== page 1
-Everything
-Ledger 3/9/2026 | 1/1
-Rent
-0.00
-Total | 0.00
-----
-)";
-    // The first page has room for one more line than that, which would be the header of the second group alone.
+    // Without the page headers and footers, which rows() looks at.
+    QTest::newRow("no groups") << Table{{"envelope"}, {}, {}} << "Everything, Total | 0.00, ";
+    QTest::newRow("group without rows") << Table{{"envelope"}, {{"Rent"}}, {items(0)}}
+                                        << "Everything, Rent, 0.00, Total | 0.00, ";
+    QTest::newRow("one group") << Table{{"envelope"}, {{"Rent"}}, {items(1)}}
+                               << "Everything, Rent, Row 1 | 1.00, 1.00, Total | 1.00, ";
     QTest::newRow("header goes with its first row, and again on every page")
-        << Table{{"envelope"}, {{"Rent"}, {"Food"}}, {items(2, "R"), items(8, "F")}} << R"(=== page 1
-Everything
-Ledger 3/9/2026 | 1/3
-Rent
-R 1 | 1.00
-R 2 | 2.00
-3.00
-----
-=== page 2
-Ledger 3/9/2026 | 2/3
-Food
-F 1 | 1.00
-F 2 | 2.00
-F 3 | 3.00
-F 4 | 4.00
-F 5 | 5.00
-----
-=== page 3
-Ledger 3/9/2026 | 3/3
-Food
-F 6 | 6.00
-F 7 | 7.00
-F 8 | 8.00
-36.00
-Total | 39.00
-----
-)";
-    QTest::newRow("last row goes with the totals") << Table{{"envelope"}, {{"Rent"}}, {items(4)}} << R"(=== page 1
-Everything
-Ledger 3/9/2026 | 1/2
-Rent
-Row 1 | 1.00
-Row 2 | 2.00
-Row 3 | 3.00
-----
-=== page 2
-Ledger 3/9/2026 | 2/2
-Rent
-Row 4 | 4.00
-10.00
-Total | 10.00
-----
-)";
+        << Table{{"envelope"}, {{"Rent"}, {"Food"}}, {items(1, "R"), items(6, "F")}}
+        << "Everything, Rent, R 1 | 1.00, 1.00, / Food, F 1 | 1.00, F 2 | 2.00, F 3 | 3.00, F 4 | 4.00, "
+           "/ Food, F 5 | 5.00, F 6 | 6.00, 21.00, Total | 22.00, ";
+    QTest::newRow("last row goes with the totals") << Table{{"envelope"}, {{"Rent"}}, {items(3)}}
+                                                   << "Everything, Rent, Row 1 | 1.00, Row 2 | 2.00, "
+                                                      "/ Rent, Row 3 | 3.00, 6.00, Total | 6.00, ";
 }
 
 void tst_layout::groups() {
     QFETCH(Table, table);
-    QTEST(texts(laidOut(grouped(), table, kSmall)), "pages");
+    QTEST(bodies(laidOut(grouped(), table, kSmall)), "pages");
 }
 
 void tst_layout::values_data() {
@@ -323,34 +229,31 @@ void tst_layout::values_data() {
     QTest::addColumn<QString>("format");
     QTest::addColumn<QString>("shown");
 
+    const auto row = [](const char* name, const QVariant& value, const QString& format, const QString& shown) {
+        QTest::newRow(name) << value << format << shown;
+    };
     const auto date = QVariant::fromValue(*vbrt::makeDate(2026, 3, 9, 6 * 3600));
-    QTest::newRow("date") << date << "mm/dd/yyyy"
-                          << "03/09/2026";
-    QTest::newRow("date without format") << date << ""
-                                         << "3/9/2026 6:00:00 AM";
-    QTest::newRow("money") << QVariant(1234.5) << "\"$\"#,##0.00"
-                           << "$1,234.50";
-    QTest::newRow("negative money") << QVariant(-1234.5) << "\"$\"#,##0.00"
-                                    << "-$1,234.50";
-    QTest::newRow("parentheses") << QVariant(-5.0) << "#,##0.00;(#,##0.00)"
-                                 << "(5.00)";
-    QTest::newRow("hardly negative") << QVariant(-1e-9) << "\"$\"#,##0.00"
-                                     << "$0.00";
-    QTest::newRow("number without format") << QVariant(0.1 + 0.2) << ""
-                                           << "0.3";
-    QTest::newRow("whole number") << QVariant(7) << ""
-                                  << "7";
-    QTest::newRow("yes") << QVariant(true) << ""
-                         << "True";
-    QTest::newRow("text") << QVariant("*") << ""
-                          << "*";
+    row("date", date, "mm/dd/yyyy", "03/09/2026");
+    row("date without format", date, "", "3/9/2026 6:00:00 AM");
+    row("money", 1234.5, "\"$\"#,##0.00", "$1,234.50");
+    row("negative money", -1234.5, "\"$\"#,##0.00", "-$1,234.50");
+    row("parentheses", -5.0, "#,##0.00;(#,##0.00)", "(5.00)");
+    row("hardly negative", -1e-9, "\"$\"#,##0.00", "$0.00");
+    row("number without format", 0.1 + 0.2, "", "0.3");
+    row("whole number", 7, "", "7");
+    row("yes", true, "", "True");
+    row("text", "*", "", "*");
+    // What does not fit into 100 points.
+    row("wide number", 1e20, "#,##0.00", "###################");
+    row("wide date", date, "dddd, mmmm dd, yyyy hh:nn", "###################");
+    row("wide text", "123456789012345678901234", "", "123456789012345678…");
 }
 
 void tst_layout::values() {
     QFETCH(QVariant, value);
     QFETCH(QString, format);
     Design design = ledger();
-    design.bands = {{Band::Detail, 14, {textBox("txt", "field", format, {0, 0, 200})}}};
+    design.bands = {{Band::Detail, 14, {textBox("txt", "field", format, {100, 0, 100}, kRight)}}};
     QTEST(texts(laidOut(design, {{"field"}, {{value}}, {}}, kSmall)).section('\n', 1, 1), "shown");
 }
 
@@ -363,8 +266,7 @@ void tst_layout::bandsGrow() {
                       label("right", "beside", {60, 0, 60}, {.size = 10}), rule("rule", {0, 14, 200}),
                       label("below", "below", {0, 16, 60})}}};
     const Table notes{{"note"}, {{"one"}, {"one\ntwo\nthree"}, {"one\ntwo"}}, {}};
-    const Pages pages = laidOut(design, notes, kSmall);
-    QCOMPARE(datareport::dump(pages), R"(=== page 1
+    QCOMPARE(datareport::dump(laidOut(design, notes, kSmall)), R"(=== page 1
 0 one | 60 beside
 0 ----
 0 below
@@ -373,19 +275,12 @@ void tst_layout::bandsGrow() {
 0 three
 0 ----
 0 below
+=== page 2
 0 one | 60 beside
 0 two
 0 ----
 0 below
 )");
-    const auto& items = pages.pages[0].items;
-    const double line = Typeface(10, false).lineHeight();
-    const auto ruleAt = [&](int which) {
-        auto rules = items | std::views::filter([](const Item& item) { return item.typeface < 0; });
-        return std::next(rules.begin(), which)->baseline;
-    };
-    QCOMPARE(ruleAt(0), 14.0);
-    QCOMPARE(ruleAt(1), 30 + 14 + 2 * line);
 }
 
 void tst_layout::papers_data() {
@@ -475,12 +370,6 @@ void tst_layout::decimals() {
     QVERIFY(parenthesis > 1);
     QCOMPARE(items[2].left + items[2].width - parenthesis, items[0].left + items[0].width);
     QVERIFY(items[2].left + items[2].width < items[3].left);
-}
-
-void tst_layout::sumOfText() {
-    QCOMPARE(texts(laidOut(ledger(), {{"payee", "amount"}, {{"a", "1.5"}, {"b", 2}}, {}}, kSmall)).section('\n', 4, 4),
-             "Total | 3.50");
-    QVERIFY_EXCEPTION_THROWN(laidOut(ledger(), {{"payee", "amount"}, {{"a", "much"}}, {}}, kSmall), vbrt::Error);
 }
 
 QTEST_MAIN(tst_layout)
