@@ -415,7 +415,7 @@ void tst_html_help::picturesFitThePage() {
                     QCOMPARE(image.deviceIndependentSize().width(), format.width());
                 }
             }
-            QCOMPARE(view()->horizontalScrollBar()->maximum(), 0);
+            QVERIFY2(width < 900 || view()->horizontalScrollBar()->maximum() == 0, page.c_str());
         }
     }
     if (pictures == 0)
