@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLocale>
+#include <QPageSize>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QPrinterInfo>
@@ -142,6 +144,10 @@ bool CommonDialog::showPrinter() {
 QPrinter& printer() {
     if (!processPrinter) {
         processPrinter = std::make_unique<QPrinter>(QPrinter::HighResolution);
+        // Without a printer the paper is that of the country.
+        if (QPrinterInfo::availablePrinterNames().isEmpty() &&
+            QLocale::system().measurementSystem() == QLocale::ImperialUSSystem)
+            processPrinter->setPageSize(QPageSize(QPageSize::Letter));
         qAddPostRoutine([] { processPrinter.reset(); });  // it must not outlive the application
     }
     return *processPrinter;

@@ -1,9 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include "controls/label.h"
 
-#include <QLabel>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QToolTip>
 
 namespace controls {
+
+QString CaptionLabel::elided() const {
+    return fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+}
+
+void CaptionLabel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.drawText(contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine, elided());
+}
+
+bool CaptionLabel::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip)
+        return QLabel::event(event);
+    const QString tip = elided() == text() ? QString() : text();
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), tip.toHtmlEscaped(), this);
+    return true;
+}
 
 void setCaption(QLabel* label, const QString& caption) {
     label->setTextFormat(Qt::PlainText);

@@ -37,6 +37,7 @@ class tst_message_box : public QObject {
     void queueWithoutAnswer();
     void captions_data();
     void captions();
+    void longCaption();
     void twips();
 };
 
@@ -195,6 +196,23 @@ void tst_message_box::captions() {
     label.setBuddy(nullptr);
     controls::setCaption(&label, controls::asCaption(caption));
     QCOMPARE(label.text(), caption);
+}
+
+// A caption that is cut is drawn as the same text with an ellipsis would be, and one that fits as it is.
+void tst_message_box::longCaption() {
+    controls::CaptionLabel label;
+    label.setText("Budget Total = $4,012.79");
+    const auto drawn = [&label](int width) {
+        label.resize(width, 20);
+        return label.grab().toImage();
+    };
+    const int whole = label.fontMetrics().horizontalAdvance(label.text()) + 10;
+    const QImage fits = drawn(whole);
+    const QImage cut = drawn(whole / 2);
+    QVERIFY(cut != fits.copy(0, 0, whole / 2, 20));
+    label.setText(label.fontMetrics().elidedText(label.text(), Qt::ElideRight, whole / 2));
+    QVERIFY(label.text().endsWith(QChar(0x2026)));
+    QCOMPARE(drawn(whole / 2), cut);
 }
 
 void tst_message_box::twips() {
