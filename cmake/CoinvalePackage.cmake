@@ -38,9 +38,10 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON) # the libraries that the program is linked with, from dpkg-dev
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6") # its plugin draws the icons
-# Reports are in Arial, for which Liberation Sans stands in.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-liberation, qt6-qpa-plugins")
+# The plugin that draws the icons, and Liberation Sans, which stands in for Arial: in wider letters the dates of the
+# reports do not fit their column.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6, fonts-liberation")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-qpa-plugins")
 include(CPack)
 
 add_custom_target(deb COMMAND ${CMAKE_CPACK_COMMAND} -G DEB WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
