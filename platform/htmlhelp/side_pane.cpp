@@ -23,6 +23,13 @@ bool samePage(const QString& a, const QString& b) {
     return a.section('#', 0, 0).compare(b.section('#', 0, 0), Qt::CaseInsensitive) == 0;
 }
 
+// The same in a selected line, which styles would tint otherwise.
+QIcon entryIcon(const QString& picture) {
+    QIcon icon(picture);
+    icon.addFile(picture, {}, QIcon::Selected);
+    return icon;
+}
+
 QString pathOf(const QTreeWidgetItem* item) {
     return item->data(0, kPath).toString();
 }
@@ -112,7 +119,7 @@ void SidePane::fillContents(QTreeWidgetItem* parent, const std::vector<chm::Entr
     for (const chm::Entry& entry : entries) {
         auto* item = new QTreeWidgetItem(parent, {text(entry.name)});
         item->setData(0, kPath, text(entry.local));
-        item->setIcon(0, QIcon(entry.children.empty() ? ":/htmlhelp/page.svg" : ":/htmlhelp/book.svg"));
+        item->setIcon(0, entryIcon(entry.children.empty() ? ":/htmlhelp/page.svg" : ":/htmlhelp/book.svg"));
         fillContents(item, entry.children);
     }
 }
