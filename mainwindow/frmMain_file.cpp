@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The file commands: New, Open, Close, Save As, Compact Database.
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include "ado/database_file.h"
 #include "controls/hourglass.h"
@@ -12,8 +14,10 @@
 
 namespace {
 
+// Where the file dialogs start: the folder of the program, or, where nobody may write there, one's own.
 QString ProgramFolder() {
-    return QCoreApplication::applicationDirPath();
+    const QString strFolder = QCoreApplication::applicationDirPath();
+    return QFileInfo(strFolder).isWritable() ? strFolder : QDir::homePath();
 }
 
 QString CaptionOf(const QString& strTitle) {

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QIcon>
 #include <QLocale>
+#include <QSettings>
 
 #include "db/basMain.h"
 #include "help/basHelp.h"
@@ -13,6 +14,8 @@
 int main(int argc, char* argv[]) {
     // Dates and numbers look the same on every machine, as they do in the files.
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    // The file dialogs would remember folders in a settings file; nothing is stored but budgets.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
     QApplication app(argc, argv);
     QApplication::setApplicationName("Coinvale");
     QApplication::setApplicationVersion("2.0");

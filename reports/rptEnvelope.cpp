@@ -5,8 +5,8 @@
 using namespace datareport;
 
 Design rptEnvelope() {
-    const ReportColumn colDate{"Date", 0, 56};
-    const ReportColumn colNumber{"Number", 60, 48};
+    const ReportColumn colDate{"Date", 0, 66};
+    const ReportColumn colNumber{"Number", 68, 42};
     const ReportColumn colPayee{"Payee", 112, 160, Align::Left, 3};
     const ReportColumn colReconciled{"R", 274, 14, Align::Center};
     const ReportColumn colAmount{"Amount", 290, 82, Align::Decimal};

@@ -5,8 +5,8 @@
 using namespace datareport;
 
 Design rptItems() {
-    const ReportColumn colDate{"Date", 0, 56};
-    const ReportColumn colNumber{"Number", 62, 50};
+    const ReportColumn colDate{"Date", 0, 66};
+    const ReportColumn colNumber{"Number", 68, 46};
     const ReportColumn colPayee{"Payee", 118, 164, Align::Left, 3};
     const ReportColumn colReconciled{"R", 286, 14, Align::Center};
     const ReportColumn colAmount{"Amount", 304, 88, Align::Right};
