@@ -6,6 +6,7 @@
 #include "controls/hourglass.h"
 #include "datareport/data_report.h"
 #include "db/basMain.h"
+#include "help/basHelp.h"
 #include "reports/basDesigns.h"
 
 namespace {
@@ -67,6 +68,7 @@ void ShowReport(QWidget* frmOwner, const ReportRequest& rpt, bool blnPreview) {
         objReport.setCaption(datareport::Band::PageHeader, "lblEnvelope", rpt.strEnvelope);
     if (!rpt.strDateRange.isEmpty())
         objReport.setCaption(datareport::Band::PageHeader, "lblDateRange", rpt.strDateRange);
+    objReport.setHelp([](QWidget* frmPreview) { ShowHelpTopic(frmPreview, "Reports.htm"); });
     if (blnPreview)
         objReport.Show(frmOwner);
     else

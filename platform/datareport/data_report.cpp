@@ -8,6 +8,7 @@
 #include "datareport/print_job.h"
 #include "vbrt/error.h"
 
+#include <QShortcut>
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -91,8 +92,15 @@ const Pages& DataReport::pages() {
     return m_impl->pagesFor(printerPaper(design().orientation));
 }
 
+void DataReport::setHelp(std::function<void(QWidget*)> help) {
+    m_help = std::move(help);
+}
+
 void DataReport::Show(QWidget* owner) {
     Preview preview(*this, owner);
+    if (m_help)
+        QObject::connect(new QShortcut(Qt::Key_F1, &preview), &QShortcut::activated, &preview,
+                         [this, &preview] { m_help(&preview); });
     preview.exec();
 }
 

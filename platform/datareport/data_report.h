@@ -12,6 +12,7 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 #include <memory>
 
 #include "datareport/design.h"
@@ -39,6 +40,9 @@ class DataReport {
     // Laid out for the printer's paper; valid until something is set or printed.
     const Pages& pages();
 
+    // What F1 does in the preview, whose window is passed on. It must not throw.
+    void setHelp(std::function<void(QWidget*)> help);
+
     // The preview, modal, over the whole screen; returns when it is closed.
     void Show(QWidget* owner);
     // Prints on controls::printer() in the report's orientation, without a dialog unless asked for one. What the dialog
@@ -51,6 +55,7 @@ class DataReport {
  private:
     class Impl;
     std::unique_ptr<Impl> m_impl;
+    std::function<void(QWidget*)> m_help;
 };
 
 }  // namespace datareport

@@ -21,6 +21,7 @@ class tst_help : public QObject {
     void dialogs_data();
     void dialogs();
     void editBudget();
+    void preview();
     void aboutBox();
     void withoutHelpFile_data();
     void withoutHelpFile();
@@ -127,6 +128,13 @@ void tst_help::editBudget() {
         inModal([&] { click(stuffer, "cmdEdit"); }, [&](QDialog* budget) { click(budget, "cmdHelp"); });
         QCOMPARE(shown(), "The envelope stuffer, Contents");
     });
+}
+
+void tst_help::preview() {
+    Program program;
+    makeHome(program);
+    program.inDialog("mnuFilePreview", [](QDialog* preview) { QTest::keyClick(preview, Qt::Key_F1); });
+    QCOMPARE(shown(), "Reports, Contents");
 }
 
 void tst_help::aboutBox() {
