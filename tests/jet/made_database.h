@@ -11,6 +11,7 @@
 #include "jet/error.h"
 #include "jet/memory_disk.h"
 #include "jet/text_order.h"
+#include "jet/verify.h"
 
 namespace made {
 
@@ -72,6 +73,24 @@ constexpr std::uint32_t kCascadeUpdate = 0x100;
 constexpr std::uint32_t kCascadeDelete = 0x1000;
 constexpr std::uint32_t kCascadeBoth = kCascadeUpdate | kCascadeDelete;
 
+// All rows as text, one a line, in the order of the pages.
+inline QString show(Database& db, std::string_view name) {
+    Table& t = db.table(name);
+    std::vector<std::size_t> all(t.columns().size());
+    for (std::size_t i = 0; i < all.size(); ++i)
+        all[i] = i;
+    QString out;
+    const auto rows = t.scan(all);
+    Row row;
+    while (rows->next(row)) {
+        QStringList fields;
+        for (const Value& v : row)
+            fields += QString::fromStdString(toDebugString(v));
+        out += fields.join(' ') + '\n';
+    }
+    return out;
+}
+
 // A new file with its disk. `db` may be reset and opened again.
 struct MadeDatabase {
     explicit MadeDatabase(const DatabaseSpec& spec) {
@@ -122,27 +141,23 @@ struct MadeDatabase {
         }
         return {};
     }
-    // All rows as text, one a line, in the order of the pages.
-    QString show(std::string_view name) const {
-        Table& t = db->table(name);
-        std::vector<std::size_t> all(t.columns().size());
-        for (std::size_t i = 0; i < all.size(); ++i)
-            all[i] = i;
-        QString out;
-        const auto rows = t.scan(all);
-        Row row;
-        while (rows->next(row)) {
-            QStringList fields;
-            for (const Value& v : row)
-                fields += QString::fromStdString(toDebugString(v));
-            out += fields.join(' ') + '\n';
-        }
-        return out;
-    }
+    [[nodiscard]] QString show(std::string_view name) const { return made::show(*db, name); }
 
     MemoryDisk disk;
     std::shared_ptr<Database> db;
 };
+
+inline Value str(const char* text) {
+    return std::string(text);
+}
+inline Value num(int number) {
+    return std::int32_t{number};
+}
+
+inline void expectSound(Database& db) {
+    for (const std::string& problem : verify(db))
+        QFAIL(problem.c_str());
+}
 
 // The code that `work` throws with its names, as "code table subject"; "nothing" when it does not throw.
 template <typename Work>
