@@ -6,6 +6,7 @@
 #include "jet/bytes.h"
 #include "jet/fault_disk.h"
 #include "jet/paged_file.h"
+#include "rows.h"
 
 using namespace jet;
 
@@ -56,393 +57,359 @@ class tst_log : public QObject {
     Q_OBJECT
 
  private slots:
-    void everyMixtureOfSectors();
-    void powerCutAtEveryOperation();
-    void faultAtEveryOperation_data();
-    void faultAtEveryOperation();
-    void faultWhileOpening();
-    void crashWhileReplaying();
-    void replayedInMemory();
-    void foundBesideTheFile_data();
-    void foundBesideTheFile();
-    void laterVersion();
-    void bytesAsDocumented();
-    void emptiedWhenLong();
-    void fileBehindItsLog();
-    void encrypted();
-};
-
-void tst_log::everyMixtureOfSectors() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "Abc");
-    change(*pager, "Bbc");
-    change(*pager, "Bbcd");
-    int runs = 0;
-    for (Choices choices; choices.more(); choices.next()) {
-        const auto crashed = disk.crashed([&] { return choices(); });
-        QCOMPARE(wordOf(*crashed, kFile), "Bbcd");
-        QCOMPARE(crashed->names(), std::vector<std::string>{kFile});
-        ++runs;
+    void everyMixtureOfSectors() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        change(*pager, "Bbc");
+        change(*pager, "Bbcd");
+        int runs = 0;
+        for (Choices choices; choices.more(); choices.next()) {
+            const auto crashed = disk.crashed([&] { return choices(); });
+            QCOMPARE(wordOf(*crashed, kFile), "Bbcd");
+            QCOMPARE(crashed->names(), std::vector<std::string>{kFile});
+            ++runs;
+        }
+        QCOMPARE(runs, 1 << 12);  // three pages of four sectors were written and not flushed
     }
-    QCOMPARE(runs, 1 << 12);  // three pages of four sectors were written and not flushed
-}
 
-// Stops a run at every operation, then lets a power cut keep any part of what was not flushed: every commit that
-// returned must be there, and the one under way wholly or not at all.
-void tst_log::powerCutAtEveryOperation() {
-    std::mt19937 random(1);
-    for (std::uint64_t n = 1;; ++n) {
-        for (int i = 0; i < 8; ++i) {
+    // Stops a run at every operation, then lets a power cut keep any part of what was not flushed: every commit that
+    // returned must be there, and the one under way wholly or not at all.
+    void powerCutAtEveryOperation() {
+        std::mt19937 random(1);
+        for (std::uint64_t n = 1;; ++n) {
+            for (int i = 0; i < 8; ++i) {
+                MemoryDisk disk;
+                makeFile(disk, kFile, kWords[0]);
+                FaultDisk faulty(disk);
+                faulty.setPlan({.failAt = n, .onwards = true, .halfWrite = true});
+                std::size_t done = 0;
+                std::unique_ptr<Pager> pager;
+                try {
+                    pager = Pager::open(faulty, kFile, {});
+                    for (; done + 1 < kWords.size(); ++done)
+                        change(*pager, kWords[done + 1]);
+                    pager->close();
+                } catch (const Error& e) {
+                    QCOMPARE(e.code(), Errc::Io);
+                }
+                const auto crashed = crashedAtRandom(disk, random);
+                const std::string word = wordOf(*crashed, kFile);
+                if (word != kWords[done])
+                    QCOMPARE(word, kWords[done + 1]);
+                QVERIFY(!crashed->exists(kOld));
+                if (!faulty.failed() && i == 7)
+                    return;
+            }
+        }
+    }
+
+    void faultAtEveryOperation_data() {
+        addColumns<bool, bool, int>("onwards", "halfWrite", "code");
+        addRow("once", false, false, int(Errc::Io));
+        addRow("once, half written", false, true, int(Errc::DiskFull));
+        addRow("from then on", true, false, int(Errc::DiskFull));
+        addRow("from then on, half written", true, true, int(Errc::Io));
+    }
+    void faultAtEveryOperation() {
+        QFETCH(bool, onwards);
+        QFETCH(bool, halfWrite);
+        QFETCH(int, code);
+        for (std::uint64_t n = 1;; ++n) {
             MemoryDisk disk;
             makeFile(disk, kFile, kWords[0]);
             FaultDisk faulty(disk);
-            faulty.setPlan({.failAt = n, .onwards = true, .halfWrite = true});
-            std::size_t done = 0;
-            std::unique_ptr<Pager> pager;
-            try {
-                pager = Pager::open(faulty, kFile, {});
-                for (; done + 1 < kWords.size(); ++done)
-                    change(*pager, kWords[done + 1]);
-                pager->close();
-            } catch (const Error& e) {
-                QCOMPARE(e.code(), Errc::Io);
+            auto pager = Pager::open(faulty, kFile, {.cachePages = 1});
+            faulty.setPlan({.failAt = n,
+                            .onwards = onwards,
+                            .halfWrite = halfWrite,
+                            .error = static_cast<Errc>(code),
+                            .onFailedFlush = [&](const std::string& path) { disk.loseUnflushed(path); }});
+            std::vector<std::string> allowed = {kWords[0]};
+            for (std::size_t i = 1; i < kWords.size(); ++i) {
+                try {
+                    change(*pager, kWords[i]);
+                    allowed = {kWords[i]};
+                } catch (const Error& e) {
+                    QCOMPARE(int(e.code()), code);
+                    QVERIFY(!pager->inTransaction());
+                    // On a disk that takes nothing any more the record cannot be taken back either.
+                    if (onwards && allowed.size() == 1)
+                        allowed.push_back(kWords[i]);
+                }
+                if (!onwards) {
+                    QCOMPARE(wordOf(*pager), allowed[0]);
+                    QCOMPARE(wordOf(*killed(disk), kFile), allowed[0]);
+                    QCOMPARE(wordOf(*powerCut(disk), kFile), allowed[0]);
+                }
             }
-            const auto crashed = crashedAtRandom(disk, random);
-            const std::string word = wordOf(*crashed, kFile);
-            if (word != kWords[done])
-                QCOMPARE(word, kWords[done + 1]);
-            QVERIFY(!crashed->exists(kOld));
-            if (!faulty.failed() && i == 7)
-                return;
-        }
-    }
-}
-
-void tst_log::faultAtEveryOperation_data() {
-    QTest::addColumn<bool>("onwards");
-    QTest::addColumn<bool>("halfWrite");
-    QTest::addColumn<int>("code");
-    QTest::newRow("once") << false << false << int(Errc::Io);
-    QTest::newRow("once, half written") << false << true << int(Errc::DiskFull);
-    QTest::newRow("from then on") << true << false << int(Errc::DiskFull);
-    QTest::newRow("from then on, half written") << true << true << int(Errc::Io);
-}
-
-void tst_log::faultAtEveryOperation() {
-    QFETCH(bool, onwards);
-    QFETCH(bool, halfWrite);
-    QFETCH(int, code);
-    for (std::uint64_t n = 1;; ++n) {
-        MemoryDisk disk;
-        makeFile(disk, kFile, kWords[0]);
-        FaultDisk faulty(disk);
-        auto pager = Pager::open(faulty, kFile, {.cachePages = 1});
-        faulty.setPlan({.failAt = n,
-                        .onwards = onwards,
-                        .halfWrite = halfWrite,
-                        .error = static_cast<Errc>(code),
-                        .onFailedFlush = [&](const std::string& path) { disk.loseUnflushed(path); }});
-        std::vector<std::string> allowed = {kWords[0]};
-        for (std::size_t i = 1; i < kWords.size(); ++i) {
-            try {
-                change(*pager, kWords[i]);
-                allowed = {kWords[i]};
-            } catch (const Error& e) {
-                QCOMPARE(int(e.code()), code);
-                QVERIFY(!pager->inTransaction());
-                // On a disk that takes nothing any more the record cannot be taken back either.
-                if (onwards && allowed.size() == 1)
-                    allowed.push_back(kWords[i]);
-            }
-            if (!onwards) {
-                QCOMPARE(wordOf(*pager), allowed[0]);
-                QCOMPARE(wordOf(*killed(disk), kFile), allowed[0]);
-                QCOMPARE(wordOf(*powerCut(disk), kFile), allowed[0]);
-            }
-        }
-        const auto beforeClosing = killed(disk);
-        QVERIFY(std::ranges::count(allowed, wordOf(*beforeClosing, kFile)) == 1);
-        QVERIFY(!beforeClosing->exists(kOld));
-        pager.reset();
-        QVERIFY(std::ranges::count(allowed, wordOf(disk, kFile)) == 1);
-        QVERIFY(!disk.exists(kOld) && !disk.exists(kLog));
-        if (!faulty.failed())
-            return;
-    }
-}
-
-void tst_log::faultWhileOpening() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "ABcd");
-    for (std::uint64_t n = 1;; ++n) {
-        const auto crashed = powerCut(disk);
-        FaultDisk faulty(*crashed);
-        faulty.setPlan({.failAt = n, .halfWrite = true});
-        try {
-            QCOMPARE(wordOf(faulty, kFile), "ABcd");
-        } catch (const Error& e) {
-            QCOMPARE(e.code(), Errc::Io);
-        }
-        QCOMPARE(wordOf(*crashed, kFile), "ABcd");
-        if (!faulty.failed())
-            return;
-    }
-}
-
-void tst_log::crashWhileReplaying() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "ABc");
-    change(*pager, "XBcde");
-    std::mt19937 random(2);
-    for (std::uint64_t n = 1;; ++n) {
-        for (int i = 0; i < 10; ++i) {
-            const auto first = crashedAtRandom(disk, random);
-            FaultDisk faulty(*first);
-            faulty.setPlan({.failAt = n, .onwards = true, .halfWrite = true});
-            std::unique_ptr<Pager> stopped;
-            try {
-                stopped = Pager::open(faulty, kFile, {});
-            } catch (const Error&) {
-            }
-            const auto second = crashedAtRandom(*first, random);
-            QCOMPARE(wordOf(*second, kFile), "XBcde");
-            QVERIFY(!second->exists(kOld));
+            const auto beforeClosing = killed(disk);
+            QVERIFY(std::ranges::count(allowed, wordOf(*beforeClosing, kFile)) == 1);
+            QVERIFY(!beforeClosing->exists(kOld));
+            pager.reset();
+            QVERIFY(std::ranges::count(allowed, wordOf(disk, kFile)) == 1);
+            QVERIFY(!disk.exists(kOld) && !disk.exists(kLog));
             if (!faulty.failed())
                 return;
         }
     }
-}
 
-void tst_log::replayedInMemory() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const auto writer = Pager::open(disk, kFile, {});
-    change(*writer, "ABcd");
-    const auto crashed = powerCut(disk);
-    const auto file = crashed->content(kFile);
-    const auto log = crashed->content(kLog);
-    QCOMPARE(wordOf(*crashed, kFile, true), "ABcd");
-    QCOMPARE(crashed->content(kFile), file);
-    QCOMPARE(crashed->content(kLog), log);
-    QCOMPARE(wordOf(*crashed, kFile), "ABcd");
-}
+    void faultWhileOpening() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "ABcd");
+        for (std::uint64_t n = 1;; ++n) {
+            const auto crashed = powerCut(disk);
+            FaultDisk faulty(*crashed);
+            faulty.setPlan({.failAt = n, .halfWrite = true});
+            try {
+                QCOMPARE(wordOf(faulty, kFile), "ABcd");
+            } catch (const Error& e) {
+                QCOMPARE(e.code(), Errc::Io);
+            }
+            QCOMPARE(wordOf(*crashed, kFile), "ABcd");
+            if (!faulty.failed())
+                return;
+        }
+    }
 
-void tst_log::foundBesideTheFile_data() {
-    // What is done to file and log after a kill that followed "abc" -> "Abc" -> "ABcd".
-    using Damage = std::function<void(Bytes & file, Bytes & log)>;
-    QTest::addColumn<Damage>("damage");
-    QTest::addColumn<QString>("word");
-    QTest::addColumn<bool>("setAside");
-    const auto row = [](const char* name, const char* word, bool setAside, const Damage& damage) {
-        QTest::newRow(name) << damage << QString(word) << setAside;
-    };
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const Bytes backup = disk.content(kFile);
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "Abc");
-    const std::size_t secondRecord = 3 * Log::kSectorSize + kPageSize - Log::kSectorSize;
-    change(*pager, "ABcd");
+    void crashWhileReplaying() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "ABc");
+        change(*pager, "XBcde");
+        std::mt19937 random(2);
+        for (std::uint64_t n = 1;; ++n) {
+            for (int i = 0; i < 10; ++i) {
+                const auto first = crashedAtRandom(disk, random);
+                FaultDisk faulty(*first);
+                faulty.setPlan({.failAt = n, .onwards = true, .halfWrite = true});
+                std::unique_ptr<Pager> stopped;
+                try {
+                    stopped = Pager::open(faulty, kFile, {});
+                } catch (const Error&) {
+                }
+                const auto second = crashedAtRandom(*first, random);
+                QCOMPARE(wordOf(*second, kFile), "XBcde");
+                QVERIFY(!second->exists(kOld));
+                if (!faulty.failed())
+                    return;
+            }
+        }
+    }
 
-    MemoryDisk other;
-    makeFile(other, kFile, "abc");
-    const auto otherPager = Pager::open(other, kFile, {});
-    change(*otherPager, "xbc");
-    const Bytes otherLog = other.content(kLog);
-
-    row("untouched", "ABcd", false, [](Bytes&, Bytes&) {});
-    row("a backup of before put back", "abc", true, [=](Bytes& file, Bytes&) { file = backup; });
-    row("log of another file of the same content", "ABcd", true, [=](Bytes&, Bytes& log) { log = otherLog; });
-    row("a logged page changed by someone else", "A?cd", true, [](Bytes& file, Bytes&) { file[2 * 2048 + 700] ^= 1; });
-    row("a page appended by someone else", "ABcdz", true,
-        [](Bytes& file, Bytes&) { file.resize(file.size() + 2048, 'z'); });
-    row("file cut below its size at the start of the log", "AB", true,
-        [](Bytes& file, Bytes&) { file.resize(3 * 2048); });
-    row("file cut within a page that the log adds", "ABcd", false,
-        [](Bytes& file, Bytes&) { file.resize(4 * 2048 + 512); });
-    row("no log", "ABcd", false, [](Bytes&, Bytes& log) { log.clear(); });
-    row("log of zeros", "ABcd", false, [](Bytes&, Bytes& log) { log.assign(5000, 0); });
-    row("log of something else", "ABcd", true, [](Bytes&, Bytes& log) { log.assign(5000, 'x'); });
-    row("short log of something else", "ABcd", true, [](Bytes&, Bytes& log) { log = {'h', 'i'}; });
-    row("header damaged", "ABcd", true, [](Bytes&, Bytes& log) { log[12] ^= 1; });
-    row("header alone", "ABcd", false, [](Bytes&, Bytes& log) { log.resize(512); });
-    row("first record damaged", "ABcd", false, [](Bytes&, Bytes& log) { log[512 + 30] ^= 1; });
-    // A file that the second commit never reached, with that record cut or damaged in turn.
-    const auto cut = [=](std::size_t offset) {
-        return [=](Bytes& file, Bytes& log) {
-            file.resize(4 * 2048);
-            std::fill_n(file.begin() + 2 * 2048, 2048, 'b');
-            log.resize(secondRecord + offset);
+    void foundBesideTheFile_data() {
+        // What is done to file and log after a kill that followed "abc" -> "Abc" -> "ABcd".
+        using Damage = std::function<void(Bytes & file, Bytes & log)>;
+        addColumns<Damage, QString, bool>("damage", "word", "setAside");
+        const auto row = [](const char* name, const char* word, bool setAside, const Damage& damage) {
+            addRow(name, damage, QString(word), setAside);
         };
-    };
-    const auto flip = [=](std::size_t offset) {
-        return [=](Bytes& file, Bytes& log) {
-            cut(512 + 2 * 2048)(file, log);
-            log[secondRecord + offset] ^= 0x40;
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const Bytes backup = disk.content(kFile);
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        const std::size_t secondRecord = 3 * Log::kSectorSize + kPageSize - Log::kSectorSize;
+        change(*pager, "ABcd");
+
+        MemoryDisk other;
+        makeFile(other, kFile, "abc");
+        const auto otherPager = Pager::open(other, kFile, {});
+        change(*otherPager, "xbc");
+        const Bytes otherLog = other.content(kLog);
+
+        row("untouched", "ABcd", false, [](Bytes&, Bytes&) {});
+        row("a backup of before put back", "abc", true, [=](Bytes& file, Bytes&) { file = backup; });
+        row("log of another file of the same content", "ABcd", true, [=](Bytes&, Bytes& log) { log = otherLog; });
+        row("a logged page changed by someone else", "A?cd", true,
+            [](Bytes& file, Bytes&) { file[2 * 2048 + 700] ^= 1; });
+        row("a page appended by someone else", "ABcdz", true,
+            [](Bytes& file, Bytes&) { file.resize(file.size() + 2048, 'z'); });
+        row("file cut below its size at the start of the log", "AB", true,
+            [](Bytes& file, Bytes&) { file.resize(3 * 2048); });
+        row("file cut within a page that the log adds", "ABcd", false,
+            [](Bytes& file, Bytes&) { file.resize(4 * 2048 + 512); });
+        row("no log", "ABcd", false, [](Bytes&, Bytes& log) { log.clear(); });
+        row("log of zeros", "ABcd", false, [](Bytes&, Bytes& log) { log.assign(5000, 0); });
+        row("log of something else", "ABcd", true, [](Bytes&, Bytes& log) { log.assign(5000, 'x'); });
+        row("short log of something else", "ABcd", true, [](Bytes&, Bytes& log) { log = {'h', 'i'}; });
+        row("header damaged", "ABcd", true, [](Bytes&, Bytes& log) { log[12] ^= 1; });
+        row("header alone", "ABcd", false, [](Bytes&, Bytes& log) { log.resize(512); });
+        row("first record damaged", "ABcd", false, [](Bytes&, Bytes& log) { log[512 + 30] ^= 1; });
+        // A file that the second commit never reached, with that record cut or damaged in turn.
+        const auto cut = [=](std::size_t offset) {
+            return [=](Bytes& file, Bytes& log) {
+                file.resize(4 * 2048);
+                std::fill_n(file.begin() + 2 * 2048, 2048, 'b');
+                log.resize(secondRecord + offset);
+            };
         };
-    };
-    row("tail whole", "ABcd", false, cut(512 + 2 * 2048));
-    row("tail cut by a byte", "Abc", false, cut(512 + 2 * 2048 - 1));
-    row("tail cut within the head", "Abc", false, cut(40));
-    row("tail with a wrong image", "Abc", false, flip(512 + 2048 + 5));
-    row("tail with a wrong sum", "Abc", false, flip(0x18 + 20));
-    row("tail with another number", "Abc", false, flip(4));
-    row("tail with another token", "Abc", false, flip(8));
-    row("tail with a vast number of pages", "Abc", false, flip(0x17));
-}
+        const auto flip = [=](std::size_t offset) {
+            return [=](Bytes& file, Bytes& log) {
+                cut(512 + 2 * 2048)(file, log);
+                log[secondRecord + offset] ^= 0x40;
+            };
+        };
+        row("tail whole", "ABcd", false, cut(512 + 2 * 2048));
+        row("tail cut by a byte", "Abc", false, cut(512 + 2 * 2048 - 1));
+        row("tail cut within the head", "Abc", false, cut(40));
+        row("tail with a wrong image", "Abc", false, flip(512 + 2048 + 5));
+        row("tail with a wrong sum", "Abc", false, flip(0x18 + 20));
+        row("tail with another number", "Abc", false, flip(4));
+        row("tail with another token", "Abc", false, flip(8));
+        row("tail with a vast number of pages", "Abc", false, flip(0x17));
+    }
+    void foundBesideTheFile() {
+        using Damage = std::function<void(Bytes & file, Bytes & log)>;
+        QFETCH(Damage, damage);
+        QFETCH(QString, word);
+        QFETCH(bool, setAside);
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        change(*pager, "ABcd");
+        const auto crashed = killed(disk);
+        Bytes file = crashed->content(kFile);
+        Bytes log = crashed->content(kLog);
+        damage(file, log);
+        crashed->setContent(kFile, file);
+        crashed->setContent(kLog, log);
 
-void tst_log::foundBesideTheFile() {
-    using Damage = std::function<void(Bytes & file, Bytes & log)>;
-    QFETCH(Damage, damage);
-    QFETCH(QString, word);
-    QFETCH(bool, setAside);
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "Abc");
-    change(*pager, "ABcd");
-    const auto crashed = killed(disk);
-    Bytes file = crashed->content(kFile);
-    Bytes log = crashed->content(kLog);
-    damage(file, log);
-    crashed->setContent(kFile, file);
-    crashed->setContent(kLog, log);
-
-    QCOMPARE(wordOf(*crashed, kFile, true), word.toStdString());
-    QCOMPARE(crashed->content(kFile), file);
-    QCOMPARE(crashed->content(kLog), log);
-
-    QCOMPARE(wordOf(*crashed, kFile), word.toStdString());
-    QVERIFY(!crashed->exists(kLog));
-    QCOMPARE(crashed->exists(kOld), setAside);
-    if (setAside) {
-        QCOMPARE(crashed->content(kOld), log);
+        QCOMPARE(wordOf(*crashed, kFile, true), word.toStdString());
         QCOMPARE(crashed->content(kFile), file);
+        QCOMPARE(crashed->content(kLog), log);
+
+        QCOMPARE(wordOf(*crashed, kFile), word.toStdString());
+        QVERIFY(!crashed->exists(kLog));
+        QCOMPARE(crashed->exists(kOld), setAside);
+        if (setAside) {
+            QCOMPARE(crashed->content(kOld), log);
+            QCOMPARE(crashed->content(kFile), file);
+        }
     }
-}
 
-void tst_log::laterVersion() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, "abc");
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "Abc");
-    const auto crashed = killed(disk);
-    Bytes log = crashed->content(kLog);
-    log[8] = 2;
-    crashed->setContent(kLog, log);
-    try {
-        Pager::open(*crashed, kFile, {});
-        QFAIL("opened");
-    } catch (const Error& e) {
-        QCOMPARE(e.code(), Errc::UnsupportedVersion);
-        QCOMPARE(e.subject(), kLog);
+    void laterVersion() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        const auto crashed = killed(disk);
+        Bytes log = crashed->content(kLog);
+        log[8] = 2;
+        crashed->setContent(kLog, log);
+        try {
+            Pager::open(*crashed, kFile, {});
+            QFAIL("opened");
+        } catch (const Error& e) {
+            QCOMPARE(e.code(), Errc::UnsupportedVersion);
+            QCOMPARE(e.subject(), kLog);
+        }
+        QCOMPARE(crashed->content(kLog), log);
     }
-    QCOMPARE(crashed->content(kLog), log);
-}
 
-// The example of docs/log.md, byte by byte.
-void tst_log::bytesAsDocumented() {
-    const auto sector = [](const char* hex) {
-        const QByteArray bytes = QByteArray::fromHex(hex);
-        Bytes result(bytes.begin(), bytes.end());
-        result.resize(512);
-        return result;
-    };
-    Bytes log = sector(
-        "4A 65 74 4C 6F 67 0D 0A 01 00 00 00 03 00 00 00"
-        "01 77 66 55 44 33 22 11 9C C4 7C 38");
-    const Bytes record = sector(
-        "63 6F 72 64 01 00 00 00 01 77 66 55 44 33 22 11"
-        "03 00 00 00 01 00 00 00 02 00 00 00 D8 A4 81 AA"
-        "D8 A4 81 AA D8 A4 81 AA D8 A4 81 AA 7D CB C2 35"
-        "7D CB C2 35 7D CB C2 35 7D CB C2 35 C6 97 2C F8");
-    log.insert(log.end(), record.begin(), record.end());
-    log.resize(log.size() + kPageSize, 'B');
+    // The example of docs/log.md, byte by byte.
+    void bytesAsDocumented() {
+        const auto sector = [](const char* hex) {
+            const QByteArray bytes = QByteArray::fromHex(hex);
+            Bytes result(bytes.begin(), bytes.end());
+            result.resize(512);
+            return result;
+        };
+        Bytes log = sector(
+            "4A 65 74 4C 6F 67 0D 0A 01 00 00 00 03 00 00 00"
+            "01 77 66 55 44 33 22 11 9C C4 7C 38");
+        const Bytes record = sector(
+            "63 6F 72 64 01 00 00 00 01 77 66 55 44 33 22 11"
+            "03 00 00 00 01 00 00 00 02 00 00 00 D8 A4 81 AA"
+            "D8 A4 81 AA D8 A4 81 AA D8 A4 81 AA 7D CB C2 35"
+            "7D CB C2 35 7D CB C2 35 7D CB C2 35 C6 97 2C F8");
+        log.insert(log.end(), record.begin(), record.end());
+        log.resize(log.size() + kPageSize, 'B');
 
-    MemoryDisk disk;
-    makeFile(disk, kFile, "ab");
-    Bytes file = disk.content(kFile);
-    putLe<std::uint64_t>(file, 0x7F8, 0x1122334455667701);
-    disk.setContent(kFile, file);
-    disk.setContent(kLog, log);
-    QCOMPARE(wordOf(disk, kFile), "aB");
-    QVERIFY(!disk.exists(kOld));
-}
-
-void tst_log::emptiedWhenLong() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, std::string(600, 'a'));
-    const auto pager = Pager::open(disk, kFile, {});
-    int timesEmptied = 0;
-    for (const char letter : std::string("bcdefg")) {
-        change(*pager, std::string(600, letter));
-        timesEmptied += disk.content(kLog)[0] == 0 ? 1 : 0;
-        QVERIFY(disk.content(kLog).size() < 6'000'000);
-        QCOMPARE(wordOf(*killed(disk), kFile), std::string(600, letter));
-        QCOMPARE(wordOf(*powerCut(disk), kFile), std::string(600, letter));
+        MemoryDisk disk;
+        makeFile(disk, kFile, "ab");
+        Bytes file = disk.content(kFile);
+        putLe<std::uint64_t>(file, 0x7F8, 0x1122334455667701);
+        disk.setContent(kFile, file);
+        disk.setContent(kLog, log);
+        QCOMPARE(wordOf(disk, kFile), "aB");
+        QVERIFY(!disk.exists(kOld));
     }
-    QCOMPARE(timesEmptied, 1);
-    // The log starts anew over records of before, which do not come back.
-    std::string word(600, 'g');
-    for (const char letter : std::string("hijk")) {
-        word[300] = letter;
-        change(*pager, word);
-        QCOMPARE(wordOf(*killed(disk), kFile), word);
-        QCOMPARE(wordOf(*powerCut(disk), kFile), word);
-    }
-    pager->close();
-    QVERIFY(!disk.exists(kLog));
-}
 
-// The disk takes the log but nothing in the file: the commits count all the same, and are read back from the log.
-void tst_log::fileBehindItsLog() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, std::string(200, 'a'));
-    FaultDisk faulty(disk);
-    auto pager = Pager::open(faulty, kFile, {.cachePages = 1});
-    pager->begin();
-    for (PageNo page = 1; page <= 200; ++page)
-        fill(pager->edit(page), 'b');
-    fill(pager->edit(pager->extend()), 'c');
-    pager->commit();
-    pager->begin();
-    for (PageNo page = 1; page <= 201; ++page)
-        fill(pager->edit(page), 'x');
-    fill(pager->edit(pager->extend()), 'y');
-    faulty.setPlan({.failAt = 1, .onwards = true, .error = Errc::DiskFull, .only = kFile});
-    pager->commit();
-    QVERIFY(faulty.failed());
-    const std::string wanted = std::string(201, 'x') + 'y';
-    QCOMPARE(wordOf(*pager), wanted);
-    QCOMPARE(wordOf(*killed(disk), kFile), wanted);
-    QCOMPARE(disk.content(kFile).size(), 202 * kPageSize);
-    faulty.setPlan({});
-    change(*pager, std::string(202, 'c'));
-    QCOMPARE(disk.content(kFile).size(), 203 * kPageSize);
-    pager.reset();
-    QCOMPARE(wordOf(disk, kFile), std::string(202, 'c'));
-}
-
-void tst_log::encrypted() {
-    MemoryDisk disk;
-    makeFile(disk, kFile, "secret", 0xA7E0C0FE);
-    const auto pager = Pager::open(disk, kFile, {});
-    change(*pager, "SECRETs");
-    for (const auto& name : {kFile, kLog}) {
-        const Bytes bytes = disk.content(name);
-        for (const char letter : std::string("secretSECRET"))
-            QVERIFY(std::ranges::search(bytes, Bytes(8, static_cast<std::uint8_t>(letter))).empty());
+    void emptiedWhenLong() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, std::string(600, 'a'));
+        const auto pager = Pager::open(disk, kFile, {});
+        int timesEmptied = 0;
+        for (const char letter : std::string("bcdefg")) {
+            change(*pager, std::string(600, letter));
+            timesEmptied += disk.content(kLog)[0] == 0 ? 1 : 0;
+            QVERIFY(disk.content(kLog).size() < 6'000'000);
+            QCOMPARE(wordOf(*killed(disk), kFile), std::string(600, letter));
+            QCOMPARE(wordOf(*powerCut(disk), kFile), std::string(600, letter));
+        }
+        QCOMPARE(timesEmptied, 1);
+        // The log starts anew over records of before, which do not come back.
+        std::string word(600, 'g');
+        for (const char letter : std::string("hijk")) {
+            word[300] = letter;
+            change(*pager, word);
+            QCOMPARE(wordOf(*killed(disk), kFile), word);
+            QCOMPARE(wordOf(*powerCut(disk), kFile), word);
+        }
+        pager->close();
+        QVERIFY(!disk.exists(kLog));
     }
-    std::mt19937 random(3);
-    for (int i = 0; i < 50; ++i)
-        QCOMPARE(wordOf(*crashedAtRandom(disk, random), kFile), "SECRETs");
-}
+
+    // The disk takes the log but nothing in the file: the commits count all the same, and are read back from the log.
+    void fileBehindItsLog() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, std::string(200, 'a'));
+        FaultDisk faulty(disk);
+        auto pager = Pager::open(faulty, kFile, {.cachePages = 1});
+        pager->begin();
+        for (PageNo page = 1; page <= 200; ++page)
+            fill(pager->edit(page), 'b');
+        fill(pager->edit(pager->extend()), 'c');
+        pager->commit();
+        pager->begin();
+        for (PageNo page = 1; page <= 201; ++page)
+            fill(pager->edit(page), 'x');
+        fill(pager->edit(pager->extend()), 'y');
+        faulty.setPlan({.failAt = 1, .onwards = true, .error = Errc::DiskFull, .only = kFile});
+        pager->commit();
+        QVERIFY(faulty.failed());
+        const std::string wanted = std::string(201, 'x') + 'y';
+        QCOMPARE(wordOf(*pager), wanted);
+        QCOMPARE(wordOf(*killed(disk), kFile), wanted);
+        QCOMPARE(disk.content(kFile).size(), 202 * kPageSize);
+        faulty.setPlan({});
+        change(*pager, std::string(202, 'c'));
+        QCOMPARE(disk.content(kFile).size(), 203 * kPageSize);
+        pager.reset();
+        QCOMPARE(wordOf(disk, kFile), std::string(202, 'c'));
+    }
+
+    void encrypted() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "secret", 0xA7E0C0FE);
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "SECRETs");
+        for (const auto& name : {kFile, kLog}) {
+            const Bytes bytes = disk.content(name);
+            for (const char letter : std::string("secretSECRET"))
+                QVERIFY(std::ranges::search(bytes, Bytes(8, static_cast<std::uint8_t>(letter))).empty());
+        }
+        std::mt19937 random(3);
+        for (int i = 0; i < 50; ++i)
+            QCOMPARE(wordOf(*crashedAtRandom(disk, random), kFile), "SECRETs");
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_log)
 #include "tst_log.moc"
