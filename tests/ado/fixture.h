@@ -8,60 +8,28 @@
 #include "ado/connection.h"
 #include "ado/connection_string.h"
 #include "ado/errors.h"
-#include "jet/create.h"
+#include "jet/made_database.h"
 
 namespace fixture {
 
 // Needs quotes in a connection string.
 inline const QString kPassword = "p;a\"s's";
 
-inline jet::ColumnSpec column(const char* name, jet::ColumnType type, std::uint16_t length = 0) {
-    jet::ColumnSpec spec;
-    spec.name = name;
-    spec.type = type;
-    spec.length = length;
-    return spec;
-}
-
-inline jet::TableSpec table(const char* name, std::vector<jet::ColumnSpec> columns) {
-    jet::TableSpec spec;
-    spec.name = name;
-    spec.columns = std::move(columns);
-    return spec;
-}
-
-// On the first column.
-inline jet::IndexSpec primaryKey(const jet::TableSpec& table) {
-    jet::IndexSpec spec;
-    spec.name = "PrimaryKey";
-    spec.columns = {{table.columns[0].name, true}};
-    spec.primary = spec.unique = spec.required = true;
-    return spec;
-}
-
 inline void create(const QString& path) {
     using enum jet::ColumnType;
-    jet::TableSpec parents = table("parents", {column("name", Text, 50), column("amount", Double)});
-    parents.indexes = {primaryKey(parents)};
-    jet::TableSpec children = table("children", {column("id", Long), column("parent", Text, 50), column("note", Memo)});
-    children.columns[0].autoNumber = true;
-    children.indexes = {primaryKey(children)};
-
-    jet::Relationship relationship;
-    relationship.name = "parentschildren";
-    relationship.table = "children";
-    relationship.referencedTable = "parents";
-    relationship.columns = {{"parent", "name"}};
-    relationship.flags = 0x1100;  // cascade updates and deletions
-
+    using made::column;
     jet::DatabaseSpec spec;
     spec.password = kPassword.toStdString();
-    spec.tables = {parents, children,
-                   table("types", {column("flag", Boolean), column("byte", Byte), column("integer", Integer),
-                                   column("long", Long), column("money", Currency), column("single", Single),
-                                   column("double", Double), column("day", DateTime), column("word", Text, 20),
-                                   column("memo", Memo), column("bytes", Binary, 8)})};
-    spec.relationships = {relationship};
+    spec.tables = {
+        made::table("parents", {column("name", Text, 50), column("amount", Double)}, {made::primary({"name"})}),
+        made::table("children", {made::counter("id"), column("parent", Text, 50), column("note", Memo)},
+                    {made::primary({"id"})}),
+        made::table("types", {column("flag", Boolean), column("byte", Byte), column("integer", Integer),
+                              column("long", Long), column("money", Currency), column("single", Single),
+                              column("double", Double), column("day", DateTime), column("word", Text, 20),
+                              column("memo", Memo), column("bytes", Binary, 8)})};
+    spec.relationships = {
+        made::relation("parentschildren", "children", "parents", {{"parent", "name"}}, made::kCascadeBoth)};
     jet::createDatabase(jet::realDisk(), path.toStdString(), spec);
 }
 

@@ -3,20 +3,15 @@
 #pragma once
 
 #include "budget_schema.h"
-#include "jet/memory_disk.h"
+#include "jet/made_database.h"
 #include "jetsql/error.h"
 #include "jetsql/statement.h"
 #include "vbrt/error.h"
 
 namespace test {
 
-inline jet::ColumnSpec column(std::string name, jet::ColumnType type, std::uint16_t length = 0) {
-    jet::ColumnSpec spec;
-    spec.name = std::move(name);
-    spec.type = type;
-    spec.length = length;
-    return spec;
-}
+using made::column;
+using made::table;
 
 inline jet::ColumnSpec withDefault(jet::ColumnSpec spec, std::string expression) {
     spec.properties = {jet::PropertySet::memoProperty("DefaultValue", expression)};
@@ -31,26 +26,10 @@ inline jet::IndexSpec index(std::string name, std::string columnName, bool prima
     return spec;
 }
 
-inline jet::TableSpec table(std::string name, std::vector<jet::ColumnSpec> columns,
-                            std::vector<jet::IndexSpec> indexes = {}) {
-    jet::TableSpec spec;
-    spec.name = std::move(name);
-    spec.columns = std::move(columns);
-    spec.indexes = std::move(indexes);
-    return spec;
-}
-
 inline jet::QueryRow queryRow(std::uint8_t attribute, std::uint32_t order, std::optional<std::int16_t> flag,
                               std::optional<std::string> name1 = {}, std::optional<std::string> expression = {},
                               std::optional<std::string> name2 = {}) {
     return {attribute, order, std::move(name1), std::move(name2), std::move(expression), flag};
-}
-
-inline jet::QuerySpec query(std::string name, std::vector<jet::QueryRow> rows) {
-    jet::QuerySpec spec;
-    spec.name = std::move(name);
-    spec.rows = std::move(rows);
-    return spec;
 }
 
 inline jet::DatabaseSpec budgetSpec() {
@@ -70,24 +49,22 @@ inline jet::DatabaseSpec budgetSpec() {
     spec.tables.back().columns[2].properties.push_back(jet::PropertySet::boolProperty("AllowZeroLength", true));
     spec.tables.push_back(table("tree", {column("id", Long), column("parent", Long)}, {index("id", "id", true)}));
     spec.tables.push_back(table("odd name", {column("two words", Long), column("order", Text, 10)}));
-    jet::Relationship relationship;
-    relationship.name = "treetree";
-    relationship.table = relationship.referencedTable = "tree";
-    relationship.columns = {{"parent", "id"}};
-    relationship.flags = 0x1100;  // cascades updates and deletions
-    spec.relationships.push_back(relationship);
-    spec.queries.push_back(query("qry_loop", {queryRow(5, 1, {}, "qry_loop_inner"), queryRow(6, 1, 0, {}, "a")}));
-    spec.queries.push_back(query("qry_loop_inner", {queryRow(5, 1, {}, "QRY_LOOP"), queryRow(6, 1, 0, {}, "a")}));
-    spec.queries.push_back(
-        query("qry_top", {queryRow(1, 1, 1), queryRow(3, 1, 0x11, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
-                          queryRow(8, 1, {}, {}, "s.budget>0"), queryRow(11, 1, {}, "D", "new_balance")}));
-    spec.queries.push_back(query(
-        "qry_joins",
-        {queryRow(3, 1, 2), queryRow(5, 1, {}, "odd name"), queryRow(5, 2, {}, "tree", {}, "b"),
-         queryRow(5, 3, {}, "tree", {}, "c"), queryRow(5, 4, {}, "defaults"), queryRow(6, 1, 0, "two words", "c.id"),
-         queryRow(7, 1, 1, "odd name", "[odd name].[two words]=b.id", "b"),
-         queryRow(7, 2, 2, "b", "b.id=c.parent", "c"), queryRow(7, 3, 2, "B", "b.parent=c.id", "C")}));
-    spec.queries.push_back(query("qry_delete", {queryRow(1, 1, 5), queryRow(5, 1, {}, "tree")}));
+    spec.relationships.push_back(made::relation("treetree", "tree", "tree", {{"parent", "id"}}, made::kCascadeBoth));
+    const jet::QuerySpec queries[] = {
+        {"qry_loop", {queryRow(5, 1, {}, "qry_loop_inner"), queryRow(6, 1, 0, {}, "a")}, {}},
+        {"qry_loop_inner", {queryRow(5, 1, {}, "QRY_LOOP"), queryRow(6, 1, 0, {}, "a")}, {}},
+        {"qry_top",
+         {queryRow(1, 1, 1), queryRow(3, 1, 0x11, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
+          queryRow(8, 1, {}, {}, "s.budget>0"), queryRow(11, 1, {}, "D", "new_balance")},
+         {}},
+        {"qry_joins",
+         {queryRow(3, 1, 2), queryRow(5, 1, {}, "odd name"), queryRow(5, 2, {}, "tree", {}, "b"),
+          queryRow(5, 3, {}, "tree", {}, "c"), queryRow(5, 4, {}, "defaults"), queryRow(6, 1, 0, "two words", "c.id"),
+          queryRow(7, 1, 1, "odd name", "[odd name].[two words]=b.id", "b"),
+          queryRow(7, 2, 2, "b", "b.id=c.parent", "c"), queryRow(7, 3, 2, "B", "b.parent=c.id", "C")},
+         {}},
+        {"qry_delete", {queryRow(1, 1, 5), queryRow(5, 1, {}, "tree")}, {}}};
+    spec.queries.insert(spec.queries.end(), std::begin(queries), std::end(queries));
     return spec;
 }
 
