@@ -112,13 +112,7 @@ void frmStuffer::lvwStuffer_ColumnClick(int intColumn) try {
     if (lvwStuffer->rowCount() == 0)
         return;
     const QString strTag = lvwStuffer->columnTag(intColumn);
-    if (strTag != strSortField) {
-        strSortField = strTag;
-        strSortOrder = "asc";
-    } else {
-        strSortOrder = strSortOrder == "asc" ? "desc" : "asc";
-    }
-    const bool blnDescending = strSortOrder == "desc";
+    const bool blnDescending = ChangeSort(strTag, strSortField, strSortOrder);
     ShowHeaderArrow(*lvwStuffer, intColumn, blnDescending);
     // Amounts sort by value, which the database knows; names sort in place.
     if (strTag == "envelope")

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Two routines that every sortable list shares.
+// What every sortable list shares.
 #pragma once
+
+#include <QString>
 
 namespace controls {
 class ListView;
@@ -16,3 +18,7 @@ void ShowHeaderArrow(controls::ListView& lvw, int intColumn, bool blnDescending)
 
 // Lets the list sort its rows itself by the text of a column; `intOrder` 0 is ascending, 1 descending.
 void SortListView(controls::ListView& lvw, int intColumn, int intOrder);
+
+// A click on the column that shows `strTag`: another column sorts ascending, the same one turns its order round. True
+// when the new order is descending.
+bool ChangeSort(const QString& strTag, QString& strSortField, QString& strSortOrder);

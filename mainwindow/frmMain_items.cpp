@@ -52,13 +52,7 @@ void frmMain::lvwItems_ColumnClick(int intColumn) try {
     if (lvwItems->rowCount() == 0)
         return;
     const QString strTag = lvwItems->columnTag(intColumn);
-    if (strTag != strSortField) {
-        strSortField = strTag;
-        strSortOrder = "asc";
-    } else {
-        strSortOrder = strSortOrder == "asc" ? "desc" : "asc";
-    }
-    const bool blnDescending = strSortOrder == "desc";
+    const bool blnDescending = ChangeSort(strTag, strSortField, strSortOrder);
     ShowHeaderArrow(*lvwItems, intColumn, blnDescending);
     // Dates and amounts sort by value, which the database knows; texts sort in place.
     if (strTag == "item_date" || strTag == "amount")

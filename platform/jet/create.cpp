@@ -55,30 +55,17 @@ constexpr std::uint32_t kCreatorRights = 0xF00FE;
 constexpr std::uint16_t kBuild = 4513;  // an engine that real files name as their maker
 constexpr std::size_t kMaxPassword = 20;
 
-std::uint16_t sizeOf(ColumnType type, std::uint16_t declared) {
-    switch (type) {
-        case ColumnType::Boolean:
-        case ColumnType::Byte:
-            return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-        case ColumnType::Single:
-            return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::DateTime:
-            return 8;
-        case ColumnType::Guid:
-            return 16;
-        case ColumnType::Text:
-        case ColumnType::Binary:
-            return declared;
-        case ColumnType::Memo:
-        case ColumnType::Ole:
-            return 0;
-    }
-    return 0;
+// The length in the definition of a column. A Boolean has one, though its values lie in the null mask; of long values it
+// is not known.
+std::uint16_t lengthOf(ColumnType type, std::uint16_t declared) {
+    if (type == ColumnType::Boolean)
+        return 1;
+    if (type == ColumnType::Memo || type == ColumnType::Ole)
+        return 0;
+    ColumnDef column;
+    column.type = type;
+    column.length = declared;
+    return static_cast<std::uint16_t>(column.storedSize());
 }
 
 bool storedVariable(ColumnType type) {
@@ -102,7 +89,7 @@ ColumnDef& addColumn(TableDef& def, const std::string& name, ColumnType type, st
     column.position = column.number;
     column.flags = static_cast<std::uint8_t>((variable ? 0x02 : 0x03) | extraFlags);
     column.fixedOffset = variable || type == ColumnType::Boolean ? std::uint16_t{0} : offset;
-    column.length = sizeOf(type, length);
+    column.length = lengthOf(type, length);
     if (variable)
         ++def.variableColumns;
     def.columns.push_back(std::move(column));
