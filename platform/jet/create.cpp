@@ -55,8 +55,8 @@ constexpr std::uint32_t kCreatorRights = 0xF00FE;
 constexpr std::uint16_t kBuild = 4513;  // an engine that real files name as their maker
 constexpr std::size_t kMaxPassword = 20;
 
-// The length in the definition of a column. A Boolean has one, though its values lie in the null mask; of long values it
-// is not known.
+// The length in the definition of a column. A Boolean has one, though its values lie in the null mask; of long values
+// it is not known.
 std::uint16_t lengthOf(ColumnType type, std::uint16_t declared) {
     if (type == ColumnType::Boolean)
         return 1;
