@@ -143,7 +143,7 @@ void frmMain::ConnectMenus() {
     connect(mnuHelpLicense, &QAction::triggered, this, &frmMain::mnuHelpLicense_Click);
     connect(mnuHelpAbout, &QAction::triggered, this, &frmMain::mnuHelpAbout_Click);
     // A key of its own and not the entry's: the menus show no shortcuts.
-    connect(new QShortcut(Qt::Key_F1, this), &QShortcut::activated, this, &frmMain::mnuHelpContents_Click);
+    connect(new QShortcut(Qt::Key_F1, this), &QShortcut::activated, this, &frmMain::ShowHelp);
 }
 
 void frmMain::tlbMain_ButtonClick(QAction* objButton) {

@@ -66,6 +66,7 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     void mnuFilePreview_Click();
     void mnuFilePrint_Click();
     void mnuToolsReports_Click();
+    void ShowHelp();
     void mnuHelpContents_Click();
     void mnuHelpIndex_Click();
     void mnuHelpLicense_Click();

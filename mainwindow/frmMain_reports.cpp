@@ -38,6 +38,11 @@ void frmMain::mnuToolsReports_Click() try {
     ShowError();
 }
 
+// F1: the contents with the page about this window.
+void frmMain::ShowHelp() {
+    ShowHelpTopic(this, "MainWindow.htm");
+}
+
 void frmMain::mnuHelpContents_Click() {
     ShowHelpContents(this);
 }

@@ -66,7 +66,7 @@ void tst_help::mainWindow_data() {
     QTest::newRow("toolbar") << "tlbMain_Help"
                              << "Overview, Contents";
     QTest::newRow("F1") << ""
-                        << "Overview, Contents";
+                        << "The main window, Contents";
 }
 
 void tst_help::mainWindow() {
