@@ -3,7 +3,7 @@
 
 using namespace datareport;
 
-BandDesign PageHeader(double dblWidth, const std::vector<ReportColumn>& cols) {
+BandDesign PageHeader(double dblWidth, const ReportColumns& cols) {
     const Style styRight{.align = Align::Right};
     const double dblHalf = dblWidth / 2;
     BandDesign bnd{Band::PageHeader,
@@ -20,24 +20,26 @@ BandDesign PageHeader(double dblWidth, const std::vector<ReportColumn>& cols) {
                        rule("linTop", {0, 79, dblWidth}),
                        rule("linBottom", {0, 98, dblWidth}),
                    }};
-    for (const ReportColumn& col : cols) {
-        Style sty = col.Text(true);
-        sty.lines = 1;
-        bnd.controls.push_back(label(QString("lblHeading") + col.strHeading, col.strHeading, col.At(82), sty));
-    }
+    for (const ReportColumn& col : cols)
+        bnd.controls.push_back(
+            label(QString("lblHeading") + col.strHeading, col.strHeading, col.At(82), col.Text(true)));
     return bnd;
 }
 
-BandDesign Totals(Band band, double dblWidth, const QString& strCaption, const std::vector<ReportColumn>& cols,
-                  const QStringList& strFields) {
+BandDesign DetailRow(const ReportColumns& cols) {
+    BandDesign bnd{Band::Detail, 14, {}};
+    for (const ReportColumn& col : cols)
+        bnd.controls.push_back(textBox(col.strName, col.strField, col.strFormat, col.At(0), col.Text(false)));
+    return bnd;
+}
+
+BandDesign Totals(Band band, double dblWidth, const QString& strCaption, const ReportColumns& cols) {
     BandDesign bnd{
         band, 22, {rule("linTotals", {0, 2, dblWidth}), label("lblTotal", strCaption, {0, 5, 60}, {.bold = true})}};
-    int intFunction = 1;
-    for (std::size_t i = 0; i < cols.size(); ++i) {
-        const QString& strField = strFields[static_cast<qsizetype>(i)];
-        if (!strField.isEmpty())
-            bnd.controls.push_back(sum("Function" + QString::number(intFunction++), strField, strReportMoney,
-                                       cols[i].At(5), cols[i].Text(true)));
-    }
+    int intFunction = 0;
+    for (const ReportColumn& col : cols)
+        if (col.blnTotal)
+            bnd.controls.push_back(sum("Function" + QString::number(++intFunction), col.strField, strReportMoney,
+                                       col.At(5), col.Text(true)));
     return bnd;
 }

@@ -5,7 +5,6 @@
 // lblDateRange, which whoever shows a report fills with its criteria.
 #pragma once
 
-#include <QStringList>
 #include <vector>
 
 #include "datareport/design.h"
@@ -21,20 +20,27 @@ inline constexpr char strReportDate[] = "MM/dd/yyyy";
 inline constexpr double dblPortraitWidth = 523;   // what A4 has between margins of half an inch
 inline constexpr double dblLandscapeWidth = 720;  // what US Letter has
 
-// A column: its heading and the place and style of everything in it.
+// A column: its heading, the text box below it, and whether it is added up.
 struct ReportColumn {
     const char* strHeading;
+    const char* strName;   // of the text box
+    const char* strField;  // the query's column that it shows
+    const char* strFormat;
     double dblLeft;
     double dblWidth;
     datareport::Align align = datareport::Align::Left;
     int intLines = 1;  // a longer text is wrapped into so many
+    bool blnTotal = false;
 
     [[nodiscard]] datareport::Place At(double dblTop) const { return {dblLeft, dblTop, dblWidth}; }
-    [[nodiscard]] datareport::Style Text(bool blnBold = false) const { return {align, 9, blnBold, intLines}; }
+    [[nodiscard]] datareport::Style Text(bool blnBold) const { return {align, 9, blnBold, blnBold ? 1 : intLines}; }
 };
+using ReportColumns = std::vector<ReportColumn>;
 
 // Date, page number, program, title, criteria, and the headings over their columns.
-datareport::BandDesign PageHeader(double dblWidth, const std::vector<ReportColumn>& cols);
-// The line above the totals, the label before them, and the sums; `strFields` are the columns' fields, empty for none.
+datareport::BandDesign PageHeader(double dblWidth, const ReportColumns& cols);
+// The text boxes of one row.
+datareport::BandDesign DetailRow(const ReportColumns& cols);
+// A line, `strCaption`, and the sums of the columns that have one: Function1, Function2 and so on.
 datareport::BandDesign Totals(datareport::Band band, double dblWidth, const QString& strCaption,
-                              const std::vector<ReportColumn>& cols, const QStringList& strFields);
+                              const ReportColumns& cols);

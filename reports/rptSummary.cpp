@@ -5,12 +5,13 @@
 using namespace datareport;
 
 Design rptSummary() {
-    const ReportColumn colEnvelope{"Envelope", 0, 160, Align::Left, 2};
-    const ReportColumn colBudget{"Budget", 166, 84, Align::Right};
-    const ReportColumn colDeposits{"Deposits", 257, 84, Align::Right};
-    const ReportColumn colPayments{"Payments", 348, 84, Align::Right};
-    const ReportColumn colBalance{"Balance", 439, 84, Align::Right};
-    const std::vector<ReportColumn> cols = {colEnvelope, colBudget, colDeposits, colPayments, colBalance};
+    const ReportColumns cols = {
+        {"Envelope", "txtEnvelope", "envelope", "", 0, 160, Align::Left, 2},
+        {"Budget", "txtBudget", "budget", strReportMoney, 166, 84, Align::Right, 1, true},
+        {"Deposits", "txtDeposits", "deposits", strReportMoney, 257, 84, Align::Right, 1, true},
+        {"Payments", "txtPayments", "payments", strReportMoney, 348, 84, Align::Right, 1, true},
+        {"Balance", "txtBalance", "balance", strReportMoney, 439, 84, Align::Right, 1, true},
+    };
     return {.name = "rptSummary",
             .title = "Summary Report",
             .orientation = Orientation::Portrait,
@@ -18,17 +19,8 @@ Design rptSummary() {
             .bands = {
                 {Band::ReportHeader, 0, {}},
                 PageHeader(dblPortraitWidth, cols),
-                {Band::Detail,
-                 14,
-                 {
-                     textBox("txtEnvelope", "envelope", "", colEnvelope.At(0), colEnvelope.Text()),
-                     textBox("txtBudget", "budget", strReportMoney, colBudget.At(0), colBudget.Text()),
-                     textBox("txtDeposits", "deposits", strReportMoney, colDeposits.At(0), colDeposits.Text()),
-                     textBox("txtPayments", "payments", strReportMoney, colPayments.At(0), colPayments.Text()),
-                     textBox("txtBalance", "balance", strReportMoney, colBalance.At(0), colBalance.Text()),
-                 }},
+                DetailRow(cols),
                 {Band::PageFooter, 0, {}},
-                Totals(Band::ReportFooter, dblPortraitWidth, "Totals", cols,
-                       {"", "budget", "deposits", "payments", "balance"}),
+                Totals(Band::ReportFooter, dblPortraitWidth, "Totals", cols),
             }};
 }
