@@ -4,11 +4,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
-#include <type_traits>
 #include <utility>
 
 #include "ado/errors.h"
-#include "jet/text_order.h"
+#include "jetsql/sort_key.h"
 
 namespace ado {
 namespace {
@@ -64,31 +63,6 @@ class Forward : public RowSource {
     bool m_atEnd = false;
 };
 
-// Null first, then by value. REQUIRES: two values of one column.
-int compareValues(const jet::Value& a, const jet::Value& b) {
-    const auto order = [](const auto& x, const auto& y) { return x < y ? -1 : (y < x ? 1 : 0); };
-    if (a.index() != b.index())
-        return order(a.index(), b.index());
-    return std::visit(
-        [&](const auto& x) {
-            using T = std::decay_t<decltype(x)>;
-            const T& y = std::get<T>(b);
-            if constexpr (std::is_same_v<T, jet::Null>)
-                return 0;
-            else if constexpr (std::is_same_v<T, std::string>)
-                return jet::compareText(x, y);
-            else if constexpr (std::is_same_v<T, jet::Currency>)
-                return order(x.units, y.units);
-            else if constexpr (std::is_same_v<T, jet::Date>)
-                return order(x.serial, y.serial);
-            else if constexpr (std::is_same_v<T, jet::Guid>)
-                return order(x.bytes, y.bytes);
-            else
-                return order(x, y);
-        },
-        a);
-}
-
 class Snapshot : public RowSource {
  public:
     Snapshot(std::vector<jetsql::OutputColumn> columns, SharedRows rows, std::vector<std::uint32_t> places)
@@ -117,14 +91,12 @@ class Snapshot : public RowSource {
 
     void sort(const std::vector<SortKey>& keys) override {
         std::sort(m_order.begin(), m_order.end());
-        std::stable_sort(m_order.begin(), m_order.end(), [&](std::uint32_t a, std::uint32_t b) {
-            for (const SortKey& key : keys) {
-                const int order = compareValues((*m_rows)[a][key.column], (*m_rows)[b][key.column]);
-                if (order != 0)
-                    return key.descending ? order > 0 : order < 0;
-            }
-            return false;
-        });
+        std::vector<jet::Bytes> sortKeys(m_rows->size());
+        for (const std::uint32_t place : m_order)
+            for (const SortKey& key : keys)
+                jetsql::appendSortKey((*m_rows)[place][key.column], key.descending, sortKeys[place]);
+        std::stable_sort(m_order.begin(), m_order.end(),
+                         [&](std::uint32_t a, std::uint32_t b) { return sortKeys[a] < sortKeys[b]; });
         m_place = 0;
     }
 

@@ -236,6 +236,22 @@ class tst_recordset : public QObject {
         recordset.setSort({});
         QCOMPARE(place(recordset), "b");
     }
+
+    // Yes before No among them.
+    void sortedAsTheDatabaseSorts() {
+        for (const char* field : {"flag", "byte", "integer", "name"})
+            for (const char* direction : {"", " desc"}) {
+                const QString from = qstrcmp(field, "name") == 0 ? "parents" : "types";
+                ado::Recordset sorted;
+                openStatic(sorted, "select * from " + from);
+                sorted.setSort(QString("[%1]%2").arg(field, direction));
+                const auto ordered =
+                    m_connection.Execute(QString("select * from %1 order by [%2]%3").arg(from, field, direction));
+                for (; !ordered->AtEnd(); ordered->MoveNext(), sorted.MoveNext())
+                    QCOMPARE(sorted.Value(field), ordered->Value(field));
+                QVERIFY(sorted.AtEnd());
+            }
+    }
 };
 
 QTEST_APPLESS_MAIN(tst_recordset)
