@@ -78,7 +78,7 @@ bool clsDatabase::CompactDatabase() {
         QString strTempFolder = QCoreApplication::applicationDirPath();
         std::optional<QTemporaryDir> dirOwn;
         if (!QFileInfo(strTempFolder).isWritable()) {
-            dirOwn.emplace(QFileInfo(strDatabasePath).dir().filePath("Tempdata-XXXXXX"));
+            dirOwn.emplace(QFileInfo(strDatabasePath).dir().filePath("Tempdata-"));
             strTempFolder = dirOwn->path();
         }
         const QString strTempPath = QDir(strTempFolder).filePath("Tempdata.mdb");

@@ -199,7 +199,7 @@ const char* ownText(long number) {
         case kOnlyForward:
             return "Rowset does not support fetching backward.";
         case kBadConnectionString:
-            return "Format of the initialization string does not conform to the OLE DB specification.";
+            return "The format of the connection string is not valid.";
         case kBadConnectionValue:
             return "Multiple-step OLE DB operation generated errors. Check each OLE DB status value, if available. No "
                    "work was done.";

@@ -59,8 +59,7 @@ class tst_connection : public QObject {
         addRow("no provider", "Data Source=x.mdb", "3706 Provider cannot be found. It may not be properly installed.");
         addRow("other provider", "Provider=SQLOLEDB;Data Source=x.mdb",
                "3706 Provider cannot be found. It may not be properly installed.");
-        addRow("not a connection string", "home.mdb",
-               "-2147217805 Format of the initialization string does not conform to the OLE DB specification.");
+        addRow("not a connection string", "home.mdb", "-2147217805 The format of the connection string is not valid.");
         addRow("unknown key", fixture::connectionString(dir + "/x.mdb") + "Jet OLEDB:Color=4",
                "-2147467259 Could not find installable ISAM.");
         addRow("other user", fixture::connectionString(dir + "/x.mdb") + "User ID=bob",
