@@ -43,3 +43,18 @@ BandDesign Totals(Band band, double dblWidth, const QString& strCaption, const R
                                        col.At(5), col.Text(true)));
     return bnd;
 }
+
+Design ListReport(const QString& strName, const QString& strTitle, Orientation ori, double dblWidth,
+                  const QString& strCaption, const ReportColumns& cols) {
+    return {.name = strName,
+            .title = strTitle,
+            .orientation = ori,
+            .width = dblWidth,
+            .bands = {
+                {Band::ReportHeader, 0, {}},
+                PageHeader(dblWidth, cols),
+                DetailRow(cols),
+                {Band::PageFooter, 0, {}},
+                Totals(Band::ReportFooter, dblWidth, strCaption, cols),
+            }};
+}

@@ -44,3 +44,7 @@ datareport::BandDesign DetailRow(const ReportColumns& cols);
 // A line, `strCaption`, and the sums of the columns that have one: Function1, Function2 and so on.
 datareport::BandDesign Totals(datareport::Band band, double dblWidth, const QString& strCaption,
                               const ReportColumns& cols);
+
+// A report of one list: the page header, the rows, and `strCaption` with the sums at the end.
+datareport::Design ListReport(const QString& strName, const QString& strTitle, datareport::Orientation ori,
+                              double dblWidth, const QString& strCaption, const ReportColumns& cols);

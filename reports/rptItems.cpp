@@ -14,15 +14,5 @@ Design rptItems() {
         {"Comment", "txtComment", "comment", "", 406, 176, Align::Left, 3},
         {"Envelope", "txtEnvelope", "envelope", "", 590, 130, Align::Left, 2},
     };
-    return {.name = "rptItems",
-            .title = "Items Report",
-            .orientation = Orientation::Landscape,
-            .width = dblLandscapeWidth,
-            .bands = {
-                {Band::ReportHeader, 0, {}},
-                PageHeader(dblLandscapeWidth, cols),
-                DetailRow(cols),
-                {Band::PageFooter, 0, {}},
-                Totals(Band::ReportFooter, dblLandscapeWidth, "Total", cols),
-            }};
+    return ListReport("rptItems", "Items Report", Orientation::Landscape, dblLandscapeWidth, "Total", cols);
 }

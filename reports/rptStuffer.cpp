@@ -12,15 +12,5 @@ Design rptStuffer() {
         {"Current Bal", "txtDeposits", "current_balance", strReportMoney, 312, 100, Align::Right, 1, true},
         {"New Bal", "txtPayments", "new_balance", strReportMoney, 423, 100, Align::Right, 1, true},
     };
-    return {.name = "rptStuffer",
-            .title = "Stuffer Report",
-            .orientation = Orientation::Portrait,
-            .width = dblPortraitWidth,
-            .bands = {
-                {Band::ReportHeader, 0, {}},
-                PageHeader(dblPortraitWidth, cols),
-                DetailRow(cols),
-                {Band::PageFooter, 0, {}},
-                Totals(Band::ReportFooter, dblPortraitWidth, "Totals", cols),
-            }};
+    return ListReport("rptStuffer", "Stuffer Report", Orientation::Portrait, dblPortraitWidth, "Totals", cols);
 }

@@ -12,15 +12,5 @@ Design rptSummary() {
         {"Payments", "txtPayments", "payments", strReportMoney, 348, 84, Align::Right, 1, true},
         {"Balance", "txtBalance", "balance", strReportMoney, 439, 84, Align::Right, 1, true},
     };
-    return {.name = "rptSummary",
-            .title = "Summary Report",
-            .orientation = Orientation::Portrait,
-            .width = dblPortraitWidth,
-            .bands = {
-                {Band::ReportHeader, 0, {}},
-                PageHeader(dblPortraitWidth, cols),
-                DetailRow(cols),
-                {Band::PageFooter, 0, {}},
-                Totals(Band::ReportFooter, dblPortraitWidth, "Totals", cols),
-            }};
+    return ListReport("rptSummary", "Summary Report", Orientation::Portrait, dblPortraitWidth, "Totals", cols);
 }
