@@ -3,6 +3,7 @@
 
 #include "vbrt/error.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -26,6 +27,15 @@ class NodeDelegate : public QStyledItemDelegate {
         : QStyledItemDelegate(parent), m_images(images) {}
 
  protected:
+    bool eventFilter(QObject* editor, QEvent* event) override {
+        if (event->type() == QEvent::FocusOut) {
+            const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+            if (reason == Qt::MenuBarFocusReason || reason == Qt::PopupFocusReason)
+                return false;
+        }
+        return QStyledItemDelegate::eventFilter(editor, event);
+    }
+
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         QStyledItemDelegate::initStyleOption(option, index);
         const bool selected = option->state.testFlag(QStyle::State_Selected);
@@ -173,6 +183,11 @@ void TreeView::startLabelEdit() {
         editItem(currentItem());
 }
 
+void TreeView::commitLabelEdit() {
+    if (m_edited.isValid())
+        commitData(indexWidget(m_edited));
+}
+
 bool TreeView::isEditing() const {
     return state() == EditingState;
 }
@@ -185,6 +200,16 @@ QTreeWidgetItem* TreeView::item(int node) const {
 int TreeView::indexOf(const QTreeWidgetItem* item) const {
     const auto at = std::find(m_nodes.begin(), m_nodes.end(), item);
     return at == m_nodes.end() ? 0 : static_cast<int>(at - m_nodes.begin()) + 1;
+}
+
+// Of the application while a label is edited: Esc may go to a menu.
+bool TreeView::eventFilter(QObject* watched, QEvent* event) {
+    if (!m_edited.isValid())
+        qApp->removeEventFilter(this);
+    else if (event->type() == QEvent::KeyPress && watched->isWidgetType() &&
+             static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && watched != indexWidget(m_edited))
+        closeEditor(indexWidget(m_edited), QAbstractItemDelegate::RevertModelCache);
+    return QTreeWidget::eventFilter(watched, event);
 }
 
 void TreeView::keyPressEvent(QKeyEvent* event) {
@@ -244,8 +269,10 @@ bool TreeView::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event
         return QTreeWidget::edit(index, trigger, event);
     bool cancel = false;
     emit beforeLabelEdit(cancel);
-    if (!cancel && QTreeWidget::edit(index, trigger, event))
+    if (!cancel && QTreeWidget::edit(index, trigger, event)) {
         m_edited = index;
+        qApp->installEventFilter(this);
+    }
     return true;
 }
 

@@ -48,6 +48,8 @@ class TreeView : public QTreeWidget {
 
     // Edits the label of the selected node. A click on the selected node does the same.
     void startLabelEdit();
+    // Ends the edit as Enter would. Nothing happens when no label is edited.
+    void commitLabelEdit();
     [[nodiscard]] bool isEditing() const;
 
  signals:
@@ -60,11 +62,13 @@ class TreeView : public QTreeWidget {
     void rightMouseUp(const QPoint& globalPos);
     // Set cancel to keep the label from being edited.
     void beforeLabelEdit(bool& cancel);
-    // The edit was ended by Enter or by leaving it (Esc brings nothing). The text may be empty or unchanged. Set cancel
-    // to keep the old label. The editor is gone by then, so a message box may be shown.
+    // The edit was ended by Enter or by leaving it; a menu does not leave it. Esc, wherever the focus is, brings
+    // nothing. The text may be empty or unchanged. Set cancel to keep the old label. The editor is gone by then, so a
+    // message box may be shown.
     void afterLabelEdit(const QString& newText, bool& cancel);
 
  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
