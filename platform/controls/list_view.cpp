@@ -252,6 +252,10 @@ QString ListView::text(int row, int column) const {
     return m_model->cellText(row, column);
 }
 
+QString ListView::shownText(int row, int column) const {
+    return m_model->index(row, column).data().toString();
+}
+
 std::string_view ListView::utf8(int row, int column) const {
     assert(row >= 0 && row < rowCount());
     return m_model->store.text(static_cast<std::size_t>(row), static_cast<std::size_t>(column));
@@ -284,6 +288,13 @@ qint32 ListView::tag(int row) const {
 void ListView::setTag(int row, qint32 tag) {
     assert(row >= 0 && row < rowCount());
     m_model->store.setTag(static_cast<std::size_t>(row), tag);
+}
+
+int ListView::rowOfTag(qint32 tag) const {
+    int row = rowCount() - 1;
+    while (row >= 0 && this->tag(row) != tag)
+        --row;
+    return row;
 }
 
 int ListView::selectedRow() const {

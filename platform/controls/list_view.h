@@ -72,7 +72,9 @@ class ListView : public QTreeView {
     [[nodiscard]] int rowCount() const;
 
     [[nodiscard]] QString text(int row, int column = 0) const;
-    // The same as UTF-8, without a copy; valid until the list changes.
+    // As the list shows it: on one line, blanks where the text has line breaks and tabs.
+    [[nodiscard]] QString shownText(int row, int column = 0) const;
+    // text() as UTF-8, without a copy; valid until the list changes.
     [[nodiscard]] std::string_view utf8(int row, int column = 0) const;
     // A changed cell does not move its row, sorted or not.
     void setText(int row, int column, const QString& text);
@@ -80,6 +82,7 @@ class ListView : public QTreeView {
     void setForeColor(int row, int column, int color);       // anything but kRed counts as kBlack
     [[nodiscard]] qint32 tag(int row) const;
     void setTag(int row, qint32 tag);
+    [[nodiscard]] int rowOfTag(qint32 tag) const;  // tags are unique; -1 when there is none
 
     [[nodiscard]] int selectedRow() const;
     void selectRow(int row);  // -1 selects none
