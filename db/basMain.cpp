@@ -20,6 +20,25 @@ QString SqlQuote(const QString& strText) {
     return QString(strText).replace(u'\'', u"''"_qs);
 }
 
+QString TrimBlanks(const QString& strText) {
+    qsizetype intStart = 0;
+    qsizetype intEnd = strText.size();
+    while (intStart < intEnd && strText[intStart] == u' ')
+        ++intStart;
+    while (intEnd > intStart && strText[intEnd - 1] == u' ')
+        --intEnd;
+    return strText.mid(intStart, intEnd - intStart);
+}
+
+void ExecuteChange(const QString& strSql, const QString& strWhat, Rows rows) {
+    long lngCount = 0;
+    objDatabase->objCnn()->Execute(strSql, &lngCount);
+    if (lngCount == 0)
+        throw vbrt::Error(intGone, "The " + strWhat.toStdString() + " is no longer in the budget.");
+    if (lngCount > 1 && rows == Rows::One)
+        throw vbrt::Error(intGone, "The " + strWhat.toStdString() + " was in the budget more than once.");
+}
+
 bool WriteResource(const QString& strName, const QString& strType, const QString& strPath) {
     QFile resource(u":/"_qs + strType + u'/' + strName);
     if (!resource.open(QIODevice::ReadOnly))

@@ -17,6 +17,15 @@ extern bool blnDatabaseOpen;
 // Doubles every "'". The caller writes the quotes around it: "where envelope = '" + SqlQuote(strName) + "'".
 QString SqlQuote(const QString& strText);
 
+// Without the blanks at both ends. Tabs, line ends and no-break spaces are no blanks.
+QString TrimBlanks(const QString& strText);
+
+// Executes a statement on the open budget that has to change one row, or at least one. Error intGone, "The item is no
+// longer in the budget.", when there was none to change; `strWhat` is "item" or "envelope".
+enum class Rows { One, OneOrMore };
+void ExecuteChange(const QString& strSql, const QString& strWhat = "item", Rows rows = Rows::One);
+inline constexpr long intGone = 3021;
+
 // Writes the resource (":/<type>/<name>", for instance :/CUSTOM/NEWDB) at the start of a file.
 // True, or an error: 53 no such resource, 61 disk full, 70 the file is open, 75 and 76 as for any file.
 bool WriteResource(const QString& strName, const QString& strType, const QString& strPath);

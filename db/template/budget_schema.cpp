@@ -21,17 +21,18 @@ Properties describe(const char* description, const char* format = nullptr, const
     return p;
 }
 
-// Texts may be empty: '' is what the program stores where nothing was entered.
-Properties describeText(const char* description) {
+// '' is what the program stores where nothing was entered; a name, though, must not be empty.
+enum class Empty : bool { Refused, Allowed };
+Properties describeText(const char* description, Empty empty = Empty::Allowed) {
     Properties p = describe(description);
-    p.push_back(PropertySet::boolProperty("AllowZeroLength", true));
+    p.push_back(PropertySet::boolProperty("AllowZeroLength", empty == Empty::Allowed));
     return p;
 }
 
 TableSpec envelopes() {
     TableSpec table{.name = "tbl_envelopes", .columns = {}, .indexes = {}, .properties = {}};
     table.columns = {
-        {"envelope", ColumnType::Text, 50, false, describeText("Envelope name.")},
+        {"envelope", ColumnType::Text, 50, false, describeText("Envelope name.", Empty::Refused)},
         {"budget", ColumnType::Double, 0, false, describe("Budget amount.", "Fixed", "0")},
     };
     table.indexes = {{.name = "PrimaryKey", .columns = {{"envelope", true}}, .primary = true}};
