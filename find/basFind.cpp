@@ -11,6 +11,11 @@ bool IsAscii(std::string_view str) {
     return std::all_of(str.begin(), str.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+// The list shows blanks instead.
+bool HasControls(std::string_view str) {
+    return std::any_of(str.begin(), str.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+}
+
 char Lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
@@ -65,7 +70,8 @@ int FindRow(const controls::ListView& lvw, int intColumn, const QString& strFind
     const Matcher blnMatches(strFind, match);
     const int intStep = blnDown ? 1 : -1;
     for (int intRow = intStart + intStep; intRow >= 0 && intRow < lvw.rowCount(); intRow += intStep)
-        if (blnMatches(lvw.utf8(intRow, intColumn)))
+        if (const std::string_view strCell = lvw.utf8(intRow, intColumn);
+            HasControls(strCell) ? FindMatches(lvw.shownText(intRow, intColumn), strFind, match) : blnMatches(strCell))
             return intRow;
     return -1;
 }

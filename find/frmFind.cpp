@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 
+#include "controls/entry_rules.h"
 #include "controls/list_view.h"
 #include "controls/message_box.h"
 #include "find/basFind.h"
@@ -22,6 +23,7 @@ frmFind::frmFind(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner) {
     connect(cmdFindNext, &QPushButton::clicked, this, &frmFind::cmdFindNext_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmFind::cmdCancel_Click);
     ConnectHelp(this, cmdHelp, "Find.htm");
+    controls::applyEntryRules(this);
     txtFind_Change();
     setFixedSize(sizeHint());
 }

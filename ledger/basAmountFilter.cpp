@@ -37,11 +37,14 @@ bool clsAmountFilter::eventFilter(QObject* objWatched, QEvent* evt) {
         return QObject::eventFilter(objWatched, evt);
     const auto* evtKey = static_cast<QKeyEvent*>(evt);
     const QString strTyped = evtKey->text();
-    // Shortcuts (copy, paste), Enter, Esc and Tab are commands, not characters typed into the box.
-    const bool blnCommand = (evtKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0;
-    if (strTyped.isEmpty() || blnCommand || (strTyped[0] < u' ' && strTyped[0] != QChar(kBackspace)) ||
-        strTyped[0] == QChar(127))
+    // Enter, Esc, Tab and Delete are commands, not characters typed into the box.
+    if (strTyped.isEmpty() || (strTyped[0] < u' ' && strTyped[0] != QChar(kBackspace)) || strTyped[0] == QChar(127))
         return false;
+    // So are shortcuts (copy, paste). One with Alt that nobody has answered to would be typed. Ctrl and Alt together
+    // are AltGr on some systems, with which characters are typed.
+    const auto fctModifiers = evtKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    if (fctModifiers != 0 && fctModifiers != (Qt::ControlModifier | Qt::AltModifier))
+        return !fctModifiers.testFlag(Qt::ControlModifier) && strTyped[0] != QChar(kBackspace);
     try {
         return FilterAmountKey(strTyped[0].unicode(), txtAmount->text()) == 0;
     } catch (...) {

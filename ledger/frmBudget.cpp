@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ledger/frmBudget.h"
 
-#include <QFocusEvent>
-
+#include "controls/entry_rules.h"
 #include "controls/list_view.h"
 #include "db/basMain.h"
 #include "help/basHelp.h"
@@ -20,7 +19,7 @@ frmBudget::frmBudget(QWidget* objOwner, controls::ListView& lvw) : QDialog(objOw
     setupUi(this);
     setFixedSize(sizeHint());
     new clsAmountFilter(txtBudget);
-    txtBudget->installEventFilter(this);
+    controls::applyEntryRules(this);
     connect(cmdOk, &QPushButton::clicked, this, &frmBudget::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmBudget::cmdCancel_Click);
     ConnectHelp(this, cmdHelp, "Stuffer.htm");
@@ -28,24 +27,13 @@ frmBudget::frmBudget(QWidget* objOwner, controls::ListView& lvw) : QDialog(objOw
     txtBudget->selectAll();
 }
 
-// The whole amount is selected whenever the box gets the focus, but not when its pop-up menu closes or the user comes
-// back from another program.
-bool frmBudget::eventFilter(QObject* objWatched, QEvent* evt) {
-    if (objWatched == txtBudget && evt->type() == QEvent::FocusIn) {
-        const auto intReason = static_cast<QFocusEvent*>(evt)->reason();
-        if (intReason != Qt::PopupFocusReason && intReason != Qt::ActiveWindowFocusReason)
-            txtBudget->selectAll();
-    }
-    return QDialog::eventFilter(objWatched, evt);
-}
-
 void frmBudget::cmdOk_Click() try {
     const int intRow = lvwStuffer.selectedRow();
-    objDatabase->objCnn()->Execute(BudgetUpdateSql(txtBudget->text(), lvwStuffer.text(intRow)));
+    ExecuteChange(BudgetUpdateSql(txtBudget->text(), lvwStuffer.text(intRow)), "envelope");
     // Kept: only the new balance changes its colour here; the budget's own colour is that of the last load.
     lvwStuffer.setText(intRow, colBudget, vbrt::qt::Format(vbrt::qt::CDbl(txtBudget->text()), strMoneyFormat));
-    const double dblNewBal = AddAmounts(vbrt::qt::CDbl(lvwStuffer.text(intRow, colCurrentBal)),
-                                        vbrt::qt::CDbl(lvwStuffer.text(intRow, colBudget)));
+    const double dblNewBal = AddAmounts(ShownAmount(lvwStuffer.text(intRow, colCurrentBal)),
+                                        ShownAmount(lvwStuffer.text(intRow, colBudget)));
     lvwStuffer.setText(intRow, colNewBal, vbrt::qt::Format(dblNewBal, strMoneyFormat));
     lvwStuffer.setForeColor(intRow, colNewBal, dblNewBal < 0 ? controls::kRed : controls::kBlack);
     accept();

@@ -19,9 +19,6 @@ class frmBudget : public QDialog, private Ui::frmBudget {
     // REQUIRES: a row of the list is selected, and the list outlives the dialog.
     frmBudget(QWidget* objOwner, controls::ListView& lvw);
 
- protected:
-    bool eventFilter(QObject* objWatched, QEvent* evt) override;
-
  private:
     void cmdOk_Click();
     void cmdCancel_Click();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ledger/frmEnvelope.h"
 
+#include "controls/entry_rules.h"
 #include "controls/hourglass.h"
 #include "controls/message_box.h"
 #include "db/basMain.h"
@@ -17,7 +18,7 @@ QString StartingBalanceSql(const QString& strName, const QString& strStartBal) {
     // Kept: an envelope without a starting balance gets an item of amount 0, so that it shows in the stuffer and in
     // the summary, which join envelopes with items.
     QString strAmount = "0";
-    if (!strStartBal.trimmed().isEmpty())
+    if (!TrimBlanks(strStartBal).isEmpty())
         strAmount = vbrt::qt::CStr(vbrt::qt::Round(vbrt::qt::CDbl(strStartBal), 2));
     return "insert into tbl_items (amount, comment, envelope, item_date, payee) values (" + strAmount +
            ", 'Start of Envelope.', '" + SqlQuote(strName) + "', '" + vbrt::qt::CStr(vbrt::qt::Today()) +
@@ -31,11 +32,12 @@ frmEnvelope::frmEnvelope(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwn
     connect(cmdOk, &QPushButton::clicked, this, &frmEnvelope::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmEnvelope::cmdCancel_Click);
     ConnectHelp(this, cmdHelp, "Envelope.htm");
+    controls::applyEntryRules(this);
 }
 
 void frmEnvelope::cmdOk_Click() try {
     const QString strName = txtEnvelope->text();
-    if (strName.trimmed().isEmpty()) {
+    if (TrimBlanks(strName).isEmpty()) {
         txtEnvelope->clear();
         txtEnvelope->setFocus();
         controls::MsgBox(this, "You must type an Envelope Name.", controls::MsgIcon::Critical, controls::MsgButtons::Ok,
@@ -52,10 +54,10 @@ void frmEnvelope::cmdOk_Click() try {
     }
     {
         controls::Hourglass hourglass;
-        objDatabase->objCnn()->Execute(EnvelopeInsertSql(strName));
-        // Kept: an envelope whose starting balance fails stays without one; a second OK then finds the name taken.
-        objDatabase->objCnn()->Execute(StartingBalanceSql(strName, txtStartBal->text()));
+        ExecuteChange(EnvelopeInsertSql(strName), "envelope");
         objMain.AddEnvelopeNode(strName);
+        // Kept: an envelope whose starting balance fails stays without one; a second OK then finds the name taken.
+        ExecuteChange(StartingBalanceSql(strName, txtStartBal->text()));
     }
     accept();
 } catch (...) {

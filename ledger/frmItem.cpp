@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ledger/frmItem.h"
 
-#include <QEvent>
-
+#include "controls/entry_rules.h"
 #include "controls/hourglass.h"
 #include "controls/list_view.h"
 #include "db/basMain.h"
@@ -15,10 +14,6 @@ namespace {
 
 constexpr char strAddCaption[] = "Add Item";
 
-void Execute(const QString& strSql) {
-    objDatabase->objCnn()->Execute(strSql);
-}
-
 int HighestId() {
     const auto rst = objDatabase->objCnn()->Execute("select max(id) from tbl_items");
     const int lngId = static_cast<int>(rst->number(0));
@@ -27,8 +22,8 @@ int HighestId() {
 }
 
 void SetTransferId(int lngId, int lngTransferId) {
-    Execute("update tbl_items set transfer_id = " + QString::number(lngTransferId) +
-            " where id = " + QString::number(lngId));
+    ExecuteChange("update tbl_items set transfer_id = " + QString::number(lngTransferId) +
+                  " where id = " + QString::number(lngId));
 }
 
 }  // namespace
@@ -41,9 +36,7 @@ frmItem::frmItem(frmMain& frmOwner, const QString& strCaption) : QDialog(&frmOwn
     palShown.setColor(QPalette::Base, palShown.color(QPalette::Window));
     txtEnvelope->setPalette(palShown);
     new clsAmountFilter(txtAmount);
-    for (QWidget* txtBox : {static_cast<QWidget*>(txtAmount), static_cast<QWidget*>(txtItemNum),
-                            static_cast<QWidget*>(txtPayee), static_cast<QWidget*>(txtComment)})
-        txtBox->installEventFilter(this);
+    controls::applyEntryRules(this);
     connect(chkDeposit, &QCheckBox::clicked, this, &frmItem::chkDeposit_Click);
     connect(chkPayment, &QCheckBox::clicked, this, &frmItem::chkPayment_Click);
     connect(cmdOk, &QPushButton::clicked, this, &frmItem::cmdOk_Click);
@@ -63,17 +56,6 @@ void frmItem::showEvent(QShowEvent* evt) try {
     ShowError();
 }
 
-// The whole text of a box is selected when it gets the focus.
-bool frmItem::eventFilter(QObject* objWatched, QEvent* evt) {
-    if (evt->type() == QEvent::FocusIn) {
-        if (auto* txtLine = qobject_cast<QLineEdit*>(objWatched))
-            QMetaObject::invokeMethod(txtLine, &QLineEdit::selectAll, Qt::QueuedConnection);
-        else if (auto* txtLines = qobject_cast<QPlainTextEdit*>(objWatched))
-            QMetaObject::invokeMethod(txtLines, &QPlainTextEdit::selectAll, Qt::QueuedConnection);
-    }
-    return QDialog::eventFilter(objWatched, evt);
-}
-
 void frmItem::LoadItem() {
     itmLoaded = udtItem();
     itmLoaded.strEnvelope = objMain.SelectedNodeText();
@@ -86,8 +68,7 @@ void frmItem::LoadItem() {
     if (intRow < 0)
         vbrt::raise(vbrt::kObjectNotSet);
     itmLoaded.lngId = lvw.tag(intRow);
-    if (const QString strDate = lvw.text(intRow, 0); !strDate.isEmpty())
-        itmLoaded.strItemDate = strDate;
+    itmLoaded.strItemDate = lvw.text(intRow, 0);
     itmLoaded.strItemNum = lvw.text(intRow, 1);
     itmLoaded.strPayee = lvw.text(intRow, 2);
     itmLoaded.strReconciled = lvw.text(intRow, 3);
@@ -100,7 +81,8 @@ void frmItem::LoadItem() {
                                                     QString::number(itmLoaded.lngId));
     if (!rst->AtEnd()) {
         itmLoaded.lngTransferId = static_cast<int>(rst->number("id"));
-        itmLoaded.strTransferEnvelope = rst->text("envelope");
+        itmLoaded.strTransferEnvelope = rst->isNull("envelope") ? QString() : rst->text("envelope");
+        itmLoaded.blnTransfer = true;
     }
     rst->Close();
 }
@@ -112,11 +94,23 @@ void frmItem::LoadTransfers() {
     for (; !rst->AtEnd(); rst->MoveNext())
         cboTransfer->addItem(rst->text(0));
     rst->Close();
+    // A half whose envelope is not offered, as in a budget where both halves are in one, would look like no transfer.
+    if (itmLoaded.blnTransfer && TransferIndex() == 0)
+        cboTransfer->addItem(itmLoaded.strTransferEnvelope);
+}
+
+// The entry of the loaded item's other half, 0 when it is not there. An old budget may have an envelope without a name.
+int frmItem::TransferIndex() const {
+    int intIndex = cboTransfer->count() - 1;
+    while (intIndex > 0 && cboTransfer->itemText(intIndex) != itmLoaded.strTransferEnvelope)
+        --intIndex;
+    return intIndex;
 }
 
 void frmItem::ShowItem() {
     txtEnvelope->setText(itmLoaded.strEnvelope);
-    dtpItemDate->setDate(vbrt::qt::CDate(itmLoaded.strItemDate));
+    dtpItemDate->setDate(itmLoaded.strItemDate.isEmpty() ? QDate() : vbrt::qt::CDate(itmLoaded.strItemDate));
+    dtpItemDate->lineEdit()->selectAll();
     txtItemNum->setText(itmLoaded.strItemNum);
     txtPayee->setText(itmLoaded.strPayee);
     chkReconciled->setChecked(itmLoaded.strReconciled == "*");
@@ -125,8 +119,8 @@ void frmItem::ShowItem() {
     chkPayment->setChecked(blnPayment);
     chkDeposit->setChecked(!blnPayment);
     txtComment->setPlainText(itmLoaded.strComment);
-    if (!itmLoaded.strTransferEnvelope.isEmpty())
-        cboTransfer->setCurrentText(itmLoaded.strTransferEnvelope);
+    if (itmLoaded.blnTransfer)
+        cboTransfer->setCurrentIndex(TransferIndex());
 }
 
 void frmItem::chkDeposit_Click() {
@@ -137,12 +131,28 @@ void frmItem::chkPayment_Click() {
     chkDeposit->setChecked(!chkPayment->isChecked());
 }
 
+// What nobody has typed stays as it was loaded.
 void frmItem::TrimTexts() {
-    for (QLineEdit* txtBox : {txtEnvelope, txtItemNum, txtPayee, txtAmount})
-        txtBox->setText(txtBox->text().trimmed());
-    const QString strComment = txtComment->toPlainText();
-    if (strComment != strComment.trimmed())
-        txtComment->setPlainText(strComment.trimmed());
+    for (QLineEdit* txtBox : {txtEnvelope, txtItemNum, txtPayee, txtAmount}) {
+        const QString strTrimmed = TrimBlanks(txtBox->text());
+        if (strTrimmed == txtBox->text())
+            continue;
+        const bool blnTyped = txtBox->isModified();
+        txtBox->setText(strTrimmed);
+        txtBox->setModified(blnTyped);
+    }
+    if (txtComment->document()->isModified() && TypedComment() != TrimBlanks(TypedComment())) {
+        txtComment->setPlainText(TrimBlanks(TypedComment()));
+        txtComment->document()->setModified();
+    }
+}
+
+// With its no-break spaces, which toPlainText() would turn into blanks.
+QString frmItem::TypedComment() const {
+    return txtComment->document()
+        ->toRawText()
+        .replace(QChar::ParagraphSeparator, u'\n')
+        .replace(QChar::LineSeparator, u'\n');
 }
 
 udtItem frmItem::CurrentItem() const {
@@ -151,17 +161,20 @@ udtItem frmItem::CurrentItem() const {
     itm.lngId = itmLoaded.lngId;
     itm.lngTransferId = itmLoaded.lngTransferId;
     // Lines end in the file as they always have there.
-    itm.strComment = txtComment->toPlainText().replace("\n", "\r\n");
-    itm.strEnvelope = txtEnvelope->text();
-    itm.strItemDate = vbrt::qt::CStr(dtpItemDate->date());
-    itm.strItemNum = txtItemNum->text();
-    itm.strPayee = txtPayee->text();
+    itm.strComment = txtComment->document()->isModified() ? TypedComment().replace("\n", "\r\n") : itmLoaded.strComment;
+    itm.strEnvelope = itmLoaded.strEnvelope;  // the box shows it without the blanks that its name may have
+    itm.strItemDate = dtpItemDate->date().isNull() ? QString() : vbrt::qt::CStr(dtpItemDate->date());
+    itm.strItemNum = txtItemNum->isModified() ? txtItemNum->text() : itmLoaded.strItemNum;
+    itm.strPayee = txtPayee->isModified() ? txtPayee->text() : itmLoaded.strPayee;
     itm.strReconciled = chkReconciled->isChecked() ? "*" : "";
     itm.strTransferEnvelope = cboTransfer->currentText();
+    itm.blnTransfer = cboTransfer->currentIndex() > 0;
     return itm;
 }
 
 void frmItem::cmdOk_Click() try {
+    if (!dtpItemDate->interpretText())
+        return;
     controls::Hourglass hourglass;
     TrimTexts();
     if (txtAmount->text().isEmpty())
@@ -176,7 +189,7 @@ void frmItem::cmdOk_Click() try {
         EditItem(CurrentItem());
     accept();
 } catch (...) {
-    ShowError();
+    objMain.ShowItemError();
 }
 
 void frmItem::cmdCancel_Click() {
@@ -184,29 +197,27 @@ void frmItem::cmdCancel_Click() {
 }
 
 void frmItem::AddItem(udtItem itm) {
-    Execute(ItemInsertSql(itm));
+    ExecuteChange(ItemInsertSql(itm));
     itm.lngId = HighestId();
     objMain.AddItemRow(itm);
-    if (itm.strTransferEnvelope.isEmpty())
+    if (!itm.blnTransfer)
         return;
     // Kept: the id of the other half is predicted, not read back; new rows are numbered one above the last.
     itm.lngTransferId = itm.lngId + 1;
     SetTransferId(itm.lngId, itm.lngTransferId);
-    Execute(ItemInsertSql(PartnerOf(itm, itm.lngTransferId)));
+    ExecuteChange(ItemInsertSql(PartnerOf(itm, itm.lngTransferId)));
 }
 
 void frmItem::EditItem(udtItem itm) {
-    Execute(ItemUpdateSql(itm));
+    ExecuteChange(ItemUpdateSql(itm));
     objMain.UpdateItemRow(itm);
-    const bool blnBefore = !itmLoaded.strTransferEnvelope.isEmpty();
-    const bool blnAfter = !itm.strTransferEnvelope.isEmpty();
-    if (!blnBefore && blnAfter) {
-        Execute(ItemInsertSql(PartnerOf(itm, 0)));
+    if (!itmLoaded.blnTransfer && itm.blnTransfer) {
+        ExecuteChange(ItemInsertSql(PartnerOf(itm, 0)));
         SetTransferId(itm.lngId, HighestId());
-    } else if (blnBefore && blnAfter) {
-        Execute(ItemUpdateSql(PartnerOf(itm, itmLoaded.lngTransferId)));
-    } else if (blnBefore) {
-        Execute("delete * from tbl_items where id = " + QString::number(itm.lngTransferId));
+    } else if (itmLoaded.blnTransfer && itm.blnTransfer) {
+        ExecuteChange(ItemUpdateSql(PartnerOf(itm, itmLoaded.lngTransferId)));
+    } else if (itmLoaded.blnTransfer) {
+        ExecuteChange("delete * from tbl_items where id = " + QString::number(itm.lngTransferId));
         SetTransferId(itm.lngId, 0);
     }
 }

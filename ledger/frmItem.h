@@ -20,13 +20,14 @@ class frmItem : public QDialog, private Ui::frmItem {
 
  protected:
     void showEvent(QShowEvent* evt) override;
-    bool eventFilter(QObject* objWatched, QEvent* evt) override;
 
  private:
     void LoadItem();
     void LoadTransfers();
     void ShowItem();
     void TrimTexts();
+    [[nodiscard]] int TransferIndex() const;
+    [[nodiscard]] QString TypedComment() const;
     [[nodiscard]] udtItem CurrentItem() const;
     void AddItem(udtItem itm);
     void EditItem(udtItem itm);

@@ -2,9 +2,11 @@
 #include "ledger/frmStuffer.h"
 
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMenu>
 #include <cmath>
 
+#include "controls/entry_rules.h"
 #include "controls/hourglass.h"
 #include "controls/message_box.h"
 #include "db/basMain.h"
@@ -26,6 +28,10 @@ QString StuffSql(const QString& strDate) {
 
 QString UndoStuffSql(const QString& strDate) {
     return "delete * from tbl_items where item_date = CDate('" + strDate + "') and payee = 'Budget Allocation'";
+}
+
+double ShownAmount(const QString& strCell) {
+    return strCell.isEmpty() ? 0 : vbrt::qt::CDbl(strCell);
 }
 
 double AddAmounts(double dblFirst, double dblSecond) {
@@ -58,6 +64,8 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     connect(cmdEdit, &QPushButton::clicked, this, &frmStuffer::cmdEdit_Click);
     connect(cmdClose, &QPushButton::clicked, this, &frmStuffer::cmdClose_Click);
     ConnectHelp(this, cmdHelp, "Stuffer.htm");
+    controls::applyEntryRules(this);
+    dtpBudgetDate->lineEdit()->selectAll();
     connect(mnuBudgetEdit, &QAction::triggered, this, &frmStuffer::cmdEdit_Click);
     connect(lvwStuffer, &controls::ListView::columnClicked, this, &frmStuffer::lvwStuffer_ColumnClick);
     connect(lvwStuffer, &controls::ListView::rowDoubleClicked, this, &frmStuffer::cmdEdit_Click);
@@ -99,7 +107,7 @@ void frmStuffer::ShowTotals() {
     const auto ShowTotal = [&](int intColumn, QLabel* lblTotal, const QLabel* lblCaption) {
         double dblTotal = 0;
         for (int intRow = 0; intRow < intRows; ++intRow)
-            dblTotal = AddAmounts(dblTotal, vbrt::qt::CDbl(lvwStuffer->text(intRow, intColumn)));
+            dblTotal = AddAmounts(dblTotal, ShownAmount(lvwStuffer->text(intRow, intColumn)));
         lblTotal->setText(vbrt::qt::Format(dblTotal, strMoneyFormat));
         lblTotal->setAccessibleName(lblCaption->text() + " " + lblTotal->text());
     };
@@ -139,9 +147,7 @@ void frmStuffer::cmdEdit_Click() try {
     ShowError();
 }
 
-// A date that is still being typed counts as it is once the box is left.
-QString frmStuffer::BudgetDate() {
-    dtpBudgetDate->interpretText();
+QString frmStuffer::BudgetDate() const {
     return vbrt::qt::CStr(dtpBudgetDate->date());
 }
 
@@ -151,6 +157,7 @@ void frmStuffer::ChangeItems(const QString& strSql, const QString& strDone, cons
         controls::Hourglass hourglass;
         objDatabase->objCnn()->Execute(strSql, &lngCount);
         if (lngCount > 0) {
+            blnItemsChanged = true;
             LoadList();
             objMain.ReloadEnvelopes();
         }
@@ -162,7 +169,7 @@ void frmStuffer::ChangeItems(const QString& strSql, const QString& strDone, cons
 
 // Kept: nothing is asked, and stuffing twice on one date allocates twice.
 void frmStuffer::cmdStuff_Click() try {
-    if (lvwStuffer->rowCount() > 0)
+    if (lvwStuffer->rowCount() > 0 && dtpBudgetDate->interpretText())
         ChangeItems(StuffSql(BudgetDate()), " budget items created.", "Do Budget");
 } catch (...) {
     ShowError();
@@ -170,8 +177,22 @@ void frmStuffer::cmdStuff_Click() try {
 
 // Kept: nothing is asked, and an item that the user has typed with this date and payee goes too.
 void frmStuffer::cmdUndoStuff_Click() try {
-    if (lvwStuffer->rowCount() > 0)
+    if (lvwStuffer->rowCount() > 0 && dtpBudgetDate->interpretText())
         ChangeItems(UndoStuffSql(BudgetDate()), " budget items removed.", "Undo Budget");
+} catch (...) {
+    ShowError();
+}
+
+// No button is the default one: stuffing takes more than a stray Enter. On a button Enter presses it, in the date box
+// it reads the date.
+void frmStuffer::keyPressEvent(QKeyEvent* evt) try {
+    if (evt->key() != Qt::Key_Return && evt->key() != Qt::Key_Enter)
+        return QDialog::keyPressEvent(evt);
+    evt->accept();
+    if (auto* cmdFocused = qobject_cast<QPushButton*>(focusWidget()))
+        cmdFocused->click();
+    else if (dtpBudgetDate->hasFocus())
+        dtpBudgetDate->interpretText();
 } catch (...) {
     ShowError();
 }

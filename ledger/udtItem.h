@@ -10,11 +10,12 @@ struct udtItem {
     int lngTransferId = 0;  // id of the other half of a transfer, 0 when there is none
     QString strComment;
     QString strEnvelope;
-    QString strItemDate;  // any text that CDate reads
+    QString strItemDate;  // any text that CDate reads; empty for no date
     QString strItemNum;
     QString strPayee;
     QString strReconciled;        // "*" or empty
-    QString strTransferEnvelope;  // envelope of the other half, empty when there is none
+    QString strTransferEnvelope;  // envelope of the other half
+    bool blnTransfer = false;     // there is another half: even the name of its envelope may be empty in an old budget
 };
 
 // Error 13 when the date is no date.

@@ -2,6 +2,7 @@
 #include "mainwindow/frmMain.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QLabel>
 #include <QProcess>
 #include <QScreen>
@@ -50,6 +51,9 @@ QIcon Image(const QString& strName) {
 frmMain::frmMain() : dlgFile(this) {
     setupUi(this);
 
+    // A name that is being typed in the tree is taken before any command sees it, as by a click elsewhere.
+    for (QAction* objAction : findChildren<QAction*>())
+        connect(objAction, &QAction::triggered, tvwEnvelopes, &controls::TreeView::commitLabelEdit);
     for (QAction* objAction : findChildren<QAction*>())
         if (objAction->objectName().startsWith("mnu"))
             hshCommands.insert(objAction->objectName(), objAction);
@@ -147,6 +151,7 @@ void frmMain::ConnectMenus() {
 }
 
 void frmMain::tlbMain_ButtonClick(QAction* objButton) {
+    tvwEnvelopes->commitLabelEdit();
     static const QHash<QString, void (frmMain::*)()> hshHandlers = {
         {"New", &frmMain::mnuFileNew_Click},         {"Open", &frmMain::mnuFileOpen_Click},
         {"Save As", &frmMain::mnuFileSaveAs_Click},  {"Print", &frmMain::mnuFilePrint_Click},
@@ -168,7 +173,7 @@ AppState frmMain::CurrentState() const {
     state.blnOpen = blnDatabaseOpen;
     state.blnHasEnvelopes = tvwEnvelopes->nodeCount() - 1 > 0;
     state.blnRootSelected = RootSelected();
-    state.blnEnvelopeSelected = !strEnvelope.isEmpty();
+    state.blnEnvelopeSelected = blnEnvelope;
     state.blnHasItems = lvwItems->rowCount() > 0;
     return state;
 }
@@ -227,6 +232,13 @@ void frmMain::resizeEvent(QResizeEvent* evt) try {
 void frmMain::moveEvent(QMoveEvent* evt) try {
     QMainWindow::moveEvent(evt);
     LayOut();
+} catch (...) {
+    ShowError();
+}
+
+void frmMain::closeEvent(QCloseEvent* evt) try {
+    tvwEnvelopes->commitLabelEdit();
+    QMainWindow::closeEvent(evt);
 } catch (...) {
     ShowError();
 }

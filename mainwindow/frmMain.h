@@ -22,7 +22,8 @@ class frmMain : public QMainWindow, private Ui::frmMain {
  public:
     frmMain();
 
-    // The name of the selected envelope; empty for the root, and before anything is selected.
+    // The name of the selected envelope; empty for the root, and before anything is selected. In an old budget an
+    // envelope, too, may have the empty name: blnEnvelope tells.
     QString strEnvelope;
 
     // True when there is an envelope of this name; letter case does not count.
@@ -39,14 +40,17 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     [[nodiscard]] QString SelectedNodeText() const { return tvwEnvelopes->nodeText(tvwEnvelopes->selectedNode()); }
     // Adds a row for a new item, selects it and scrolls it into view.
     void AddItemRow(const udtItem& itm);
-    // Writes an item into the selected row.
+    // Writes an item into its row.
     void UpdateItemRow(const udtItem& itm);
+    // Shows the error that is being handled. If an item was no longer in the budget, the list is then loaded anew.
+    void ShowItemError();
     // Enables menu entries and toolbar buttons by what is open and selected. To be called after every change of that.
     void SetAppState();
 
  protected:
     void resizeEvent(QResizeEvent* evt) override;
     void moveEvent(QMoveEvent* evt) override;
+    void closeEvent(QCloseEvent* evt) override;
 
  private:
     void AddToolbarButton(const QString& strKey, const QString& strToolTip, const QString& strImage);
@@ -101,11 +105,14 @@ class frmMain : public QMainWindow, private Ui::frmMain {
     void lvwItems_KeyDown(QKeyEvent* evt);
     void lvwItems_MouseUp(const QPoint& pntGlobal);
     void LoadItems();
+    void ReloadItems();
+    [[nodiscard]] QStringList CellsOf(const udtItem& itm) const;
     void RefreshBalances();
     [[nodiscard]] double TotalOfAllItems() const;
     [[nodiscard]] double TotalOfEnvelope() const;
 
     controls::CommonDialog dlgFile;        // one dialog for every command, so that its settings carry over
+    bool blnEnvelope = false;              // an envelope is selected, and strEnvelope is its name
     QString strSortField;                  // of the item list: a column of tbl_items
     QString strSortOrder;                  // "asc" or "desc"
     QHash<QString, QAction*> hshCommands;  // menu entries by name, toolbar buttons by key

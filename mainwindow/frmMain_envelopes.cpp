@@ -51,10 +51,11 @@ void frmMain::ReloadEnvelopes() {
     tvwEnvelopes->ensureVisible(intNode);
 }
 
-// The item list is not loaded anew: it shows what was stuffed when its envelope is selected the next time.
 void frmMain::mnuToolsStuffer_Click() try {
     frmStuffer frm(*this);
     frm.exec();
+    if (frm.ItemsChanged())
+        return ReloadItems();
     RefreshBalances();
     SetAppState();
 } catch (...) {
@@ -84,7 +85,7 @@ void frmMain::mnuEnvelopeDelete_Click() try {
     if (intAnswer == controls::MsgAnswer::No)
         return;
     controls::Hourglass hourglass;
-    objDatabase->objCnn()->Execute("delete * from tbl_envelopes where envelope = '" + SqlQuote(strEnvelope) + "'");
+    ExecuteChange("delete * from tbl_envelopes where envelope = '" + SqlQuote(strEnvelope) + "'", "envelope");
     tvwEnvelopes->removeNode(tvwEnvelopes->selectedNode());
     tvwEnvelopes_NodeClick(tvwEnvelopes->selectedNode());
 } catch (...) {
@@ -115,8 +116,9 @@ void frmMain::tvwEnvelopes_AfterLabelEdit(const QString& strNew, bool& blnCancel
         return;
     }
     controls::Hourglass hourglass;
-    objDatabase->objCnn()->Execute("update tbl_envelopes set envelope = '" + SqlQuote(strNew) + "' where envelope = '" +
-                                   SqlQuote(strEnvelope) + "'");
+    ExecuteChange("update tbl_envelopes set envelope = '" + SqlQuote(strNew) + "' where envelope = '" +
+                      SqlQuote(strEnvelope) + "'",
+                  "envelope");
     strEnvelope = strNew;
     LoadItems();
     RefreshBalances();
@@ -129,11 +131,13 @@ void frmMain::tvwEnvelopes_NodeClick(int intNode) try {
     if (intNode == 0)
         return;
     const QString strSelected = intNode == intRoot ? QString() : tvwEnvelopes->nodeText(intNode);
+    const bool blnSelected = intNode != intRoot;
     // A click that repeats the selection reloads nothing.
-    if (strEnvelope == strSelected)
+    if (strEnvelope == strSelected && blnEnvelope == blnSelected)
         return;
     tvwEnvelopes->ensureVisible(intNode);
     strEnvelope = strSelected;
+    blnEnvelope = blnSelected;
     LoadItems();
     RefreshBalances();
     SetAppState();
@@ -150,7 +154,7 @@ void frmMain::tvwEnvelopes_Collapse(int intNode) try {
 }
 
 void frmMain::tvwEnvelopes_KeyDown(QKeyEvent* evt) try {
-    if (strEnvelope.isEmpty())
+    if (!blnEnvelope)
         return;
     if (evt->key() == Qt::Key_Delete) {
         evt->accept();

@@ -36,6 +36,7 @@ void frmMain::CloseBudget() {
     lblEnvelopes->clear();
     lblItems->clear();
     strEnvelope.clear();
+    blnEnvelope = false;
     lblPanel2->setText("0 Envelope(s)");
     lblPanel3->setText("0 Item(s)");
     SetAppState();

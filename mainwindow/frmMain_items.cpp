@@ -48,6 +48,39 @@ void frmMain::LoadItems() {
     objList.LoadListView();
 }
 
+// What was selected stays selected, if it is still there.
+void frmMain::ReloadItems() {
+    const int intRow = lvwItems->selectedRow();
+    const int lngId = intRow < 0 ? 0 : lvwItems->tag(intRow);
+    LoadItems();
+    const int intNew = lvwItems->rowOfTag(lngId);
+    if (intNew >= 0) {
+        lvwItems->selectRow(intNew);
+        lvwItems->ensureVisible(intNew);
+    }
+    RefreshBalances();
+    SetAppState();
+}
+
+void frmMain::ShowItemError() {
+    bool blnGone = false;
+    try {
+        throw;
+    } catch (const vbrt::Error& err) {
+        blnGone = err.number() == intGone;
+        ShowError();
+    } catch (...) {
+        ShowError();
+    }
+    if (!blnGone || !blnDatabaseOpen)
+        return;
+    try {
+        ReloadItems();
+    } catch (...) {
+        ShowError();
+    }
+}
+
 void frmMain::lvwItems_ColumnClick(int intColumn) try {
     if (lvwItems->rowCount() == 0)
         return;
@@ -66,26 +99,30 @@ void frmMain::lvwItems_ColumnClick(int intColumn) try {
 }
 
 void frmMain::AddItemRow(const udtItem& itm) {
-    const int intRow =
-        lvwItems->addRow(QStringList(vbrt::qt::Format(vbrt::qt::CDate(itm.strItemDate), strDateFormat)), itm.lngId);
+    const int intRow = lvwItems->addRow(CellsOf(itm), itm.lngId);
+    lvwItems->setForeColor(intRow, intAmountColumn, itm.dblAmount < 0 ? controls::kRed : controls::kBlack);
     lvwItems->selectRow(intRow);
-    UpdateItemRow(itm);
     lvwItems->ensureVisible(intRow);
 }
 
+QStringList frmMain::CellsOf(const udtItem& itm) const {
+    return {itm.strItemDate.isEmpty() ? "" : vbrt::qt::Format(vbrt::qt::CDate(itm.strItemDate), strDateFormat),
+            itm.strItemNum,
+            itm.strPayee,
+            itm.strReconciled,
+            vbrt::qt::Format(itm.dblAmount, strMoneyFormat),
+            itm.strComment,
+            itm.strEnvelope};
+}
+
 void frmMain::UpdateItemRow(const udtItem& itm) {
-    const QStringList lstCells = {vbrt::qt::Format(vbrt::qt::CDate(itm.strItemDate), strDateFormat),
-                                  itm.strItemNum,
-                                  itm.strPayee,
-                                  itm.strReconciled,
-                                  vbrt::qt::Format(itm.dblAmount, strMoneyFormat),
-                                  itm.strComment,
-                                  itm.strEnvelope};
-    const int intRow = lvwItems->selectedRow();
+    const QStringList lstCells = CellsOf(itm);
+    const int intRow = lvwItems->rowOfTag(itm.lngId);
+    if (intRow < 0)
+        return ReloadItems();
     for (int intColumn = 0; intColumn < lstCells.size(); ++intColumn)
         lvwItems->setText(intRow, intColumn, lstCells[intColumn]);
     lvwItems->setForeColor(intRow, intAmountColumn, itm.dblAmount < 0 ? controls::kRed : controls::kBlack);
-    lvwItems->setTag(intRow, itm.lngId);
 }
 
 void frmMain::mnuItemAdd_Click() try {
@@ -115,12 +152,12 @@ void frmMain::mnuItemDelete_Click() try {
     if (intAnswer == controls::MsgAnswer::No)
         return;
     controls::Hourglass hourglass;
-    objDatabase->objCnn()->Execute("delete * from tbl_items" + WithPartner(lvwItems->tag(intRow)));
+    ExecuteChange("delete * from tbl_items" + WithPartner(lvwItems->tag(intRow)), "item", Rows::OneOrMore);
     lvwItems->removeRow(intRow);  // selects the next row, or the last
     RefreshBalances();
     SetAppState();
 } catch (...) {
-    ShowError();
+    ShowItemError();
 }
 
 void frmMain::mnuItemReconcile_Click() try {
@@ -128,11 +165,11 @@ void frmMain::mnuItemReconcile_Click() try {
     if (intRow < 0)
         return;
     const QString strNew = lvwItems->text(intRow, intReconciledColumn).isEmpty() ? "*" : "";
-    objDatabase->objCnn()->Execute("update tbl_items set reconciled = '" + strNew + "'" +
-                                   WithPartner(lvwItems->tag(intRow)));
+    ExecuteChange("update tbl_items set reconciled = '" + strNew + "'" + WithPartner(lvwItems->tag(intRow)), "item",
+                  Rows::OneOrMore);
     lvwItems->setText(intRow, intReconciledColumn, strNew);
 } catch (...) {
-    ShowError();
+    ShowItemError();
 }
 
 void frmMain::mnuItemFind_Click() try {

@@ -3,6 +3,7 @@
 
 #include <QSignalBlocker>
 
+#include "controls/entry_rules.h"
 #include "db/basMain.h"
 #include "help/basHelp.h"
 #include "reports/basShowReport.h"
@@ -13,14 +14,15 @@ frmReports::frmReports(QWidget* frmOwner) : QDialog(frmOwner) {
     connect(lstReports, &QListWidget::currentRowChanged, this, &frmReports::lstReports_Click);
     connect(lstReports, &QListWidget::itemDoubleClicked, this, &frmReports::cmdPreview_Click);
     connect(cboDateRanges, &QComboBox::activated, this, &frmReports::cboDateRanges_Click);
-    connect(dtpFromDate, &QDateEdit::dateChanged, this, &frmReports::dtpDates_Change);
-    connect(dtpToDate, &QDateEdit::dateChanged, this, &frmReports::dtpDates_Change);
+    connect(dtpFromDate, &controls::DatePicker::dateChanged, this, &frmReports::dtpDates_Change);
+    connect(dtpToDate, &controls::DatePicker::dateChanged, this, &frmReports::dtpDates_Change);
     connect(cboSorts1, &QComboBox::activated, this, &frmReports::cboSorts1_Click);
     connect(cboSorts2, &QComboBox::activated, this, &frmReports::cboSorts2_Click);
     connect(cmdPreview, &QPushButton::clicked, this, &frmReports::cmdPreview_Click);
     connect(cmdPrint, &QPushButton::clicked, this, &frmReports::cmdPrint_Click);
     connect(cmdClose, &QPushButton::clicked, this, &frmReports::cmdClose_Click);
     ConnectHelp(this, cmdHelp, "Reports.htm");
+    controls::applyEntryRules(this);
     Form_Load();
 }
 
@@ -85,10 +87,7 @@ void frmReports::cboSorts2_Click() {
     }
 }
 
-ReportCriteria frmReports::Criteria() {
-    // A date that is still being typed counts as it is once the box is left.
-    dtpFromDate->interpretText();
-    dtpToDate->interpretText();
+ReportCriteria frmReports::Criteria() const {
     ReportCriteria crt;
     crt.strReport = lstReports->currentItem()->text();
     crt.strEnvelope = cboEnvelopes->currentText();
@@ -103,6 +102,8 @@ ReportCriteria frmReports::Criteria() {
 }
 
 void frmReports::ShowChosenReport(bool blnPreview) {
+    if (!dtpFromDate->interpretText() || !dtpToDate->interpretText())
+        return;
     const ReportCriteria crt = Criteria();
     ReportRequest rpt;
     rpt.strReport = crt.strReport;

@@ -16,7 +16,7 @@ class frmReports : public QDialog, private Ui::frmReports {
 
  private:
     void Form_Load();
-    [[nodiscard]] ReportCriteria Criteria();
+    [[nodiscard]] ReportCriteria Criteria() const;
     void ShowChosenReport(bool blnPreview);
 
     void lstReports_Click();

@@ -69,10 +69,6 @@ QString totals(QDialog* stuffer) {
     return texts.join('|');
 }
 
-void setDate(QDialog* stuffer, int year, int month, int day) {
-    stuffer->findChild<controls::DatePicker*>("dtpBudgetDate")->setDate(QDate(year, month, day));
-}
-
 // F2 on a row, with `work` in the dialog that comes up.
 void editRow(QDialog* stuffer, int row, const std::function<void(QDialog*)>& work) {
     listOf(stuffer)->setFocus();
@@ -162,9 +158,9 @@ void tst_stuffer::stuffAndUndo() {
         QCOMPARE(shown(stuffer), QStringList({"Car|-$7.00!|-$100.00!|-$107.00!", "Food|$300.50|$300.50|$601.00",
                                               "Old|$20.00|$20.00|$40.00", "Rent|$850.00|$1,850.00|$2,700.00"}));
         QCOMPARE(totals(stuffer), "$1,163.50|$2,070.50|$3,234.00");
-        setDate(stuffer, 2026, 12, 1);
+        type(stuffer, "dtpBudgetDate", "12/1/2026");
         QCOMPARE(press("cmdStuff"), "Do Budget: 3 budget items created.");
-        setDate(stuffer, 2026, 11, 15);
+        type(stuffer, "dtpBudgetDate", "11/15/26");
         QCOMPARE(press("cmdStuff"), "Do Budget: 3 budget items created.");
         QCOMPARE(program.rows(kAllocations).size(), 9);
 
@@ -174,7 +170,7 @@ void tst_stuffer::stuffAndUndo() {
                               "20|Old|12/1/2026|Null|Null|Null|0"}));
         QCOMPARE(totals(stuffer), "$1,163.50|$2,070.50|$3,234.00");
         QCOMPARE(press("cmdUndoStuff"), "Undo Budget: 0 budget items removed.");
-        setDate(stuffer, 2026, 12, 1);
+        type(stuffer, "dtpBudgetDate", "12/1/2026");
         QCOMPARE(press("cmdUndoStuff"), "Undo Budget: 3 budget items removed.");
         QCOMPARE(totals(stuffer), "$1,143.50|$900.00|$2,043.50");
     });
@@ -282,8 +278,8 @@ void tst_stuffer::editCancelled() {
             auto* box = dialog->findChild<QLineEdit*>("txtBudget");
             QTest::keyClick(box, Qt::Key_End);
             QCOMPARE(box->selectedText(), "");
-            dialog->findChild<QWidget*>("cmdOk")->setFocus();
-            box->setFocus();
+            QTest::keyClick(box, Qt::Key_Tab);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
             QCOMPARE(box->selectedText(), "850.00");
             dialog->reject();
         });
@@ -424,14 +420,11 @@ void tst_stuffer::keyboard() {
         inModal([&] { QTest::keyClick(menu, Qt::Key_E); }, budget("4"));
         QCOMPARE(budgetOf("Rent"), "4");
 
-        // A date still being typed counts as it is shown when the box is left; a mnemonic does not leave it.
-        auto* date = stuffer->findChild<controls::DatePicker*>("dtpBudgetDate");
-        date->setFocus();
-        date->setSelectedSection(QDateTimeEdit::YearSection);
-        QTest::keyClicks(date, "203");
-        QCOMPARE(date->text(), "11/15/203");
+        // A date still being typed counts; a mnemonic does not leave the box.
+        type(stuffer, "dtpBudgetDate", "2/29/28");
         stuffer->findChild<QPushButton*>("cmdStuff")->click();
-        QCOMPARE(program.rows("select max(item_date) from tbl_items"), QStringList({date->text()}));
+        QCOMPARE(program.rows("select max(item_date) from tbl_items"), QStringList({"2/29/2028"}));
+        QCOMPARE(stuffer->findChild<controls::DatePicker*>("dtpBudgetDate")->text(), "02/29/2028");
         QTest::keyClick(list, Qt::Key_Escape);
         QVERIFY(!stuffer->isVisible());
     });
@@ -444,8 +437,8 @@ void tst_stuffer::mainWindowAfterwards_data() {
     QTest::addColumn<int>("items");
     QTest::addColumn<QString>("caption");
 
-    QTest::newRow("the root") << "Envelopes" << 3 << "All Envelopes = $2,050.50";
-    QTest::newRow("an envelope") << "Rent" << 1 << "Rent Envelope = $1,850.00";
+    QTest::newRow("the root") << "Envelopes" << 5 << "All Envelopes = $2,050.50";
+    QTest::newRow("an envelope") << "Rent" << 2 << "Rent Envelope = $1,850.00";
     QTest::newRow("one named like the root's key") << "r" << 0 << "r Envelope = $0.00";
 }
 
@@ -472,15 +465,7 @@ void tst_stuffer::mainWindowAfterwards() {
     QCOMPARE(program.caption("lblItems"), caption);
     QCOMPARE(program.caption("stbMainPanel2"), "5 Envelope(s)");
     QCOMPARE(program.command("mnuItemAdd")->isEnabled(), selected != "Envelopes");
-    // The list is as it was until another envelope is selected.
     QCOMPARE(program.list()->rowCount(), items);
-    program.select("Car");
-    program.select(selected);
-    QCOMPARE(program.list()->rowCount(),
-             program
-                 .rows("select id from tbl_items" +
-                       (selected == "Envelopes" ? QString() : " where envelope = '" + selected + "'"))
-                 .size());
     QCOMPARE(program.dialogs.problems(), QStringList());
 }
 
@@ -524,8 +509,7 @@ void tst_stuffer::totalsThatFail_data() {
                            << "$1,000,000,000,000,000.00" << QString() << 0;
     QTest::newRow("too large together") << "1.5e308" << QString() << "Error #: 6\rOverflow" << 1;
     QTest::newRow("no budget") << "null"
-                               << ""
-                               << "Error #: 13\rType mismatch" << 2;
+                               << "" << QString() << 0;
 }
 
 // Whatever the file says the window opens, and the budget can be mended there.
