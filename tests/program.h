@@ -54,16 +54,21 @@ inline void click(QWidget* parent, const char* name) {
 // closed so that the test goes on.
 inline void inModal(const std::function<void()>& open, const std::function<void(QDialog*)>& work) {
     bool seen = false;
-    QTimer::singleShot(0, qApp, [&] {
+    const QWidget* before = QApplication::activeModalWidget();
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, qApp, [&] {
         auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (dialog == nullptr)
+        if (dialog == nullptr || dialog == before)
             return;
+        watch.stop();
         seen = true;
         (void)QTest::qWaitForWindowActive(dialog);
+        QApplication::setActiveWindow(dialog);  // of two, one on the other, `offscreen` does not activate the second
         work(dialog);
         if (dialog->isVisible())
             dialog->reject();
     });
+    watch.start(0);
     open();
     QVERIFY2(seen, "no dialog was shown");
 }

@@ -179,8 +179,13 @@ bool TreeView::isNodeExpanded(int node) const {
 }
 
 void TreeView::startLabelEdit() {
-    if (selectedNode() != 0 && !isEditing())
-        editItem(currentItem());
+    if (selectedNode() == 0 || isEditing())
+        return;
+    // Stops the wait for the second half of a double click, during which nothing else may open the editor.
+    QTreeWidget::edit(currentIndex(), DoubleClicked, nullptr);
+    m_starting = true;
+    editItem(currentItem());
+    m_starting = false;
 }
 
 void TreeView::commitLabelEdit() {
@@ -267,6 +272,9 @@ bool TreeView::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event
     // With a click, too, the editor opens by a second call, when it cannot become a double click any more.
     if (trigger != AllEditTriggers)
         return QTreeWidget::edit(index, trigger, event);
+    // A click whose time has come after the focus went elsewhere.
+    if (!m_starting && !hasFocus())
+        return false;
     bool cancel = false;
     emit beforeLabelEdit(cancel);
     if (!cancel && QTreeWidget::edit(index, trigger, event)) {

@@ -88,6 +88,7 @@ class TreeView : public QTreeWidget {
     std::vector<QTreeWidgetItem*> m_nodes;  // in order of adding; owned by the tree widget
     int m_nodeAtPress = 0;
     bool m_focusedByClick = false;
+    bool m_starting = false;
     QPersistentModelIndex m_edited;
 };
 
