@@ -6,7 +6,6 @@
 // line stand the rows alone, parted by " ; ". A first line "types> " wants the types of the columns instead.
 // "restart" closes the file and opens it again. Lines with "#" are remarks.
 #include "jet/error.h"
-#include "jetsql/accumulator.h"
 #include "jetsql/test_database.h"
 #include "rows.h"
 #include "vbrt/date.h"
@@ -14,10 +13,8 @@
 #include <QDir>
 #include <QtTest>
 
-#include <algorithm>
 #include <cmath>
 #include <fstream>
-#include <random>
 
 namespace {
 
@@ -215,29 +212,6 @@ class tst_sql : public QObject {
                  std::string("SELECT DISTINCT c.id AS [two words] FROM ([odd name] INNER JOIN tree AS b ON "
                              "[odd name].[two words]=b.id) LEFT JOIN tree AS c ON (b.id=c.parent) AND "
                              "(b.parent=c.id), defaults;"));
-    }
-
-    // Amounts in cents, all of them out again in another order, and a cent.
-    void sumsOfCents() {
-        jetsql::DecimalSum sum;
-        std::vector<double> amounts;
-        std::mt19937 random(5);
-        for (int i = 0; i < 200'000; ++i)
-            amounts.push_back(static_cast<double>(random() % 100'000'000U) / 100);
-        double total = 0;
-        long long cents = 0;
-        for (const double amount : amounts) {
-            sum.add(amount);
-            cents += std::llround(amount * 100);
-        }
-        total = sum.result();
-        QCOMPARE(total, static_cast<double>(cents) / 100);
-        std::shuffle(amounts.begin(), amounts.end(), random);
-        for (const double amount : amounts)
-            sum.add(-amount);
-        QVERIFY(sum.result() == 0);
-        sum.add(0.01);
-        QVERIFY(sum.result() == 0.01);
     }
 };
 
