@@ -202,6 +202,7 @@ class Compactor {
         auto table = std::make_unique<TableCopy>(m_source, object);
         TableDef& def = table->def;
         const Places places = placesOf(object);
+        std::erase_if(def.longValues, [&](const LongValueMaps& m) { return !def.columnByNumber(m.column); });
         const std::size_t pages = TableDef::pagesFor(def.encode().size());
         def.pages.clear();
         if (object.isSystemTable())
@@ -225,7 +226,6 @@ class Compactor {
                     maps.freeSpace = addMapRow(places.maps, mapPage);
             }
         }
-        std::erase_if(def.longValues, [&](const LongValueMaps& m) { return !def.columnByNumber(m.column); });
         for (std::size_t i = 0; i < def.realIndexes.size(); ++i) {
             std::vector<PageNo> wanted;
             if (!places.indexMaps.empty())
@@ -396,7 +396,7 @@ class Compactor {
                     return false;
                 putLe(std::span(*fields[at]), 0, now);
             }
-            if (m_type && number<std::int16_t>(*fields[*m_type]) == CatalogEntry::QueryType)
+            if (m_type && fields[*m_type] && getLe<std::int16_t>(*fields[*m_type], 0) == CatalogEntry::QueryType)
                 fields[m_plan].reset();
             return true;
         }

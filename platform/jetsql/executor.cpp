@@ -350,32 +350,42 @@ long run(jet::Database& db, Insertion& insertion) {
             evaluateInto(insertion.values[i], nothing, given[i]);
         found.add(given);
     }
-    jet::Transaction transaction(db);
-    for (std::size_t n = 0; n < found.size(); ++n) {
-        const jet::Row& values = found[n];
-        jet::Row row(columns.size());
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            const jet::ColumnDef& column = columns[insertion.positions[i]];
-            row[insertion.positions[i]] = convertFor(values[i], column, table.name());
+    const auto insertRows = [&] {
+        jet::Transaction transaction(db);
+        for (std::size_t n = 0; n < found.size(); ++n) {
+            const jet::Row& values = found[n];
+            jet::Row row(columns.size());
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                const jet::ColumnDef& column = columns[insertion.positions[i]];
+                row[insertion.positions[i]] = convertFor(values[i], column, table.name());
+            }
+            for (const auto& [position, expr] : insertion.defaults) {
+                Value scratch;
+                row[position] = convertFor(evaluate(expr, nothing, scratch), columns[position], table.name());
+            }
+            table.insert(row);
         }
-        for (const auto& [position, expr] : insertion.defaults) {
-            Value scratch;
-            row[position] = convertFor(evaluate(expr, nothing, scratch), columns[position], table.name());
-        }
-        table.insert(row);
+        transaction.commit();
+    };
+    try {
+        insertRows();
+    } catch (const jet::Error& e) {
+        // Else a counter that stands below numbers in use would give out the same one for ever.
+        if (e.code() != jet::Errc::Io && e.code() != jet::Errc::DiskFull && e.code() != jet::Errc::Corrupt)
+            table.keepAutoNumber();
+        throw;
     }
-    transaction.commit();
     return static_cast<long>(found.size());
 }
 
 long run(jet::Database& db, Change& change) {
     jet::Table& table = *change.table;
     Frame frame = frameFor(change.target);
-    TableReader reader = planTarget(change.target);
+    const std::unique_ptr<jet::TableScan> rows = planTarget(change.target);
     std::vector<jet::RowId> ids;
     FoundRows found(change.positions.size());
     jet::Row values(change.positions.size());
-    while (reader.next(frame.rows.front())) {
+    while (rows->next(frame.rows.front())) {
         if (!allHold(change.target.where, frame))
             continue;
         for (std::size_t i = 0; i < values.size(); ++i) {
@@ -383,7 +393,7 @@ long run(jet::Database& db, Change& change) {
             const jet::ColumnDef& column = table.columns()[change.positions[i]];
             values[i] = convertFor(evaluate(change.values[i], frame, scratch), column, table.name());
         }
-        ids.push_back(reader.rowId());
+        ids.push_back(rows->rowId());
         found.add(values);
     }
     jet::Transaction transaction(db);
@@ -396,11 +406,11 @@ long run(jet::Database& db, Change& change) {
 long run(jet::Database& db, Deletion& deletion) {
     jet::Table& table = *deletion.table;
     Frame frame = frameFor(deletion.target);
-    TableReader reader = planTarget(deletion.target);
+    const std::unique_ptr<jet::TableScan> rows = planTarget(deletion.target);
     std::vector<jet::RowId> ids;
-    while (reader.next(frame.rows.front())) {
+    while (rows->next(frame.rows.front())) {
         if (allHold(deletion.target.where, frame))
-            ids.push_back(reader.rowId());
+            ids.push_back(rows->rowId());
     }
     const bool mayBeGone = cascadesToItself(db, table.name());
     jet::Transaction transaction(db);
