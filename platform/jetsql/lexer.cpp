@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/lexer.h"
 
+#include "jetsql/error.h"
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"
 #include "vbrt/decimal.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -163,13 +165,71 @@ class Lexer {
 
 }  // namespace
 
-std::vector<Token> tokenize(std::string_view sql) {
+std::vector<Token> tokenize(std::string_view sql, std::size_t most) {
     std::vector<Token> tokens;
     Lexer lexer(sql);
     do {
         tokens.push_back(lexer.next());
-    } while (tokens.back().kind != Kind::End);
+    } while (tokens.back().kind != Kind::End && tokens.size() <= most);
     return tokens;
+}
+
+Script splitStatements(std::string_view text) {
+    Script script;
+    Lexer lexer(text);
+    std::size_t begin = 0;
+    bool empty = true;
+    for (;;) {
+        const Token token = lexer.next();
+        const bool end = token.kind == Kind::End;
+        if (end || (token.kind == Kind::Symbol && token.text == ";")) {
+            if (!empty)
+                script.statements.push_back(text.substr(begin, token.begin - begin));
+            if (end)
+                return script;
+            begin = token.end;
+            empty = true;
+            continue;
+        }
+        empty = false;
+        const char opening = text[token.begin];
+        const char closing = opening == '[' ? ']' : opening;
+        const bool badName =
+            token.kind == Kind::BadName && text.find(closing, token.begin + 1) == std::string_view::npos;
+        if (token.kind == Kind::BadString || badName)
+            script.open = closing;
+    }
+}
+
+TokenReader::TokenReader(std::string_view sql) : m_sql(sql), m_tokens(tokenize(sql, kMostTokens)) {
+    if (m_tokens.back().kind != Kind::End)
+        throw Error(Errc::UnsupportedSql, "more than " + std::to_string(kMostTokens) + " words and signs",
+                    m_tokens.back().begin);
+}
+
+const Token& TokenReader::peek(std::size_t ahead) const {
+    return m_tokens[std::min(m_at + ahead, m_tokens.size() - 1)];
+}
+
+bool TokenReader::isWord(std::string_view word, std::size_t ahead) const {
+    return peek(ahead).kind == Kind::Word && vbrt::equalsIgnoringCase(peek(ahead).text, word);
+}
+
+bool TokenReader::isSymbol(std::string_view symbol, std::size_t ahead) const {
+    const Token& token = peek(ahead);
+    return (token.kind == Kind::Symbol || token.kind == Kind::BadByte) && token.text == symbol;
+}
+
+bool TokenReader::acceptWord(std::string_view word) {
+    const bool found = isWord(word);
+    m_at += found ? 1 : 0;
+    return found;
+}
+
+bool TokenReader::acceptSymbol(std::string_view symbol) {
+    const bool found = isSymbol(symbol);
+    m_at += found ? 1 : 0;
+    return found;
 }
 
 }  // namespace jetsql

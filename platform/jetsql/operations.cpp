@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace jetsql {
 
@@ -466,9 +467,9 @@ bool sameCharacter(std::string_view a, std::string_view b) {
 }
 
 // Whether `c` is in the set that `pattern` begins with, such as [!a-c]; `length` gets the length of the set. Without a
-// closing bracket "[" stands for itself.
-bool inSet(std::string_view c, std::string_view pattern, std::size_t& length) {
-    const std::size_t close = pattern.find(']', 1);
+// closing bracket "[" stands for itself; `lastClose` is the last of the whole pattern, or nullptr.
+bool inSet(std::string_view c, std::string_view pattern, const char* lastClose, std::size_t& length) {
+    const std::size_t close = lastClose > pattern.data() ? pattern.find(']', 1) : std::string_view::npos;
     if (close == std::string_view::npos) {
         length = 1;
         return c == "[";
@@ -495,7 +496,7 @@ bool inSet(std::string_view c, std::string_view pattern, std::size_t& length) {
 }
 
 // Whether one character of the pattern (which is not "*") takes the first of `text`; `length` gets its length.
-bool matchesOne(std::string_view text, std::string_view pattern, std::size_t& length) {
+bool matchesOne(std::string_view text, std::string_view pattern, const char* lastClose, std::size_t& length) {
     const std::string_view c = text.substr(0, characterLength(text));
     length = characterLength(pattern);
     switch (pattern.front()) {
@@ -504,7 +505,7 @@ bool matchesOne(std::string_view text, std::string_view pattern, std::size_t& le
         case '#':
             return vbrt::isDigit(c.front());
         case '[':
-            return inSet(c, pattern, length);
+            return inSet(c, pattern, lastClose, length);
         default:
             return sameCharacter(c, pattern.substr(0, length));
     }
@@ -513,6 +514,10 @@ bool matchesOne(std::string_view text, std::string_view pattern, std::size_t& le
 }  // namespace
 
 bool like(std::string_view text, std::string_view pattern) {
+    if (pattern.size() > kMaxPattern)
+        throw Error(Errc::UnsupportedSql, "LIKE with a pattern of more than " + std::to_string(kMaxPattern) + " bytes");
+    const std::size_t close = pattern.rfind(']');
+    const char* const lastClose = close == std::string_view::npos ? nullptr : pattern.data() + close;
     std::string_view retryText;  // where the last "*" stands: it may take one character more
     std::string_view retryPattern;
     bool starred = false;
@@ -527,7 +532,7 @@ bool like(std::string_view text, std::string_view pattern) {
         if (text.empty() && pattern.empty())
             return true;
         std::size_t length = 0;
-        if (!text.empty() && !pattern.empty() && matchesOne(text, pattern, length)) {
+        if (!text.empty() && !pattern.empty() && matchesOne(text, pattern, lastClose, length)) {
             text.remove_prefix(characterLength(text));
             pattern.remove_prefix(length);
             continue;

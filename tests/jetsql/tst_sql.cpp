@@ -172,6 +172,22 @@ class tst_sql : public QObject {
         QVERIFY(answered > 100);
     }
 
+    // What would take long or much memory is refused; what is just short enough has its answer.
+    void limits() {
+        test::Database db;
+        const auto like = [&](std::size_t length) {
+            const std::string brackets(length, '[');
+            return answer(db, "select '" + brackets + "x' like '*" + brackets + "'", Form::Rows);
+        };
+        QCOMPARE(like(4095), "Expr1000\nfalse\n");
+        QVERIFY(like(4096).starts_with("Expr1000\nerror UnsupportedSql LIKE"));
+        const auto list = [&](int count) {
+            return answer(db, "select 1 in (1" + QByteArray(",1").repeated(count).toStdString() + ")", Form::Rows);
+        };
+        QCOMPARE(list(24'900), "Expr1000\ntrue\n");
+        QVERIFY(list(25'000).starts_with("error UnsupportedSql more than 50000"));
+    }
+
     // The rows may be anything then, but reading them ends well.
     void changesWhileReading() {
         for (const char* sql : {"select * from tbl_items", "select * from tbl_items where envelope = 'Rent'",
