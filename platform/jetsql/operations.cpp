@@ -19,8 +19,6 @@ namespace jetsql {
 namespace {
 
 constexpr std::int64_t kCurrencyUnit = 10'000;
-constexpr double kFirstDate = -657434;  // 1/1/100
-constexpr double kPastDate = 2958466;   // the day after 12/31/9999
 
 [[noreturn]] void mismatch() {
     throw Error(Errc::TypeMismatch);
@@ -69,7 +67,7 @@ double finite(double d) {
 }
 
 jet::Date checkedDate(double serial) {
-    if (!(serial > kFirstDate - 1 && serial < kPastDate))
+    if (!vbrt::isInRange({serial}))
         overflow();
     return {serial};
 }
@@ -80,19 +78,6 @@ Value inRange(double d) {
     if (!(whole >= std::numeric_limits<T>::min() && whole <= std::numeric_limits<T>::max()))
         overflow();
     return static_cast<T>(whole);
-}
-
-std::string textOf(jet::Currency c) {
-    const auto bits = static_cast<std::uint64_t>(c.units);
-    const std::uint64_t size = c.units < 0 ? 0 - bits : bits;
-    std::string text = c.units < 0 ? "-" : "";
-    text += std::to_string(size / kCurrencyUnit);
-    if (size % kCurrencyUnit == 0)
-        return text;
-    std::string fraction = std::to_string(kCurrencyUnit + size % kCurrencyUnit);
-    fraction.front() = '.';
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    return text + fraction;
 }
 
 Value multiply(const Value& a, const Value& b) {
@@ -219,7 +204,7 @@ std::string toText(const Value& v) {
     if (isIntegerValue(v))
         return vbrt::CStr(integerOf(v));
     if (const auto* c = std::get_if<jet::Currency>(&v))
-        return textOf(*c);
+        return jet::toText(*c);
     if (const auto* f = std::get_if<float>(&v))
         return vbrt::CStr(*f);
     if (const auto* date = std::get_if<jet::Date>(&v))
