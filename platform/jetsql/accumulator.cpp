@@ -4,7 +4,6 @@
 #include "jetsql/error.h"
 
 #include <cmath>
-#include <utility>
 
 namespace jetsql {
 
@@ -15,9 +14,6 @@ void Accumulator::add(const Frame& frame) {
     }
     Value scratch;
     const Value& v = evaluate(m_aggregate->argument, frame, scratch);
-    const bool first = !std::exchange(m_started, true);
-    if (m_aggregate->kind == Aggregate::Kind::Last || (first && m_aggregate->kind == Aggregate::Kind::First))
-        m_value = v;
     if (jet::isNull(v))
         return;
     ++m_count;

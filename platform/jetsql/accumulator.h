@@ -20,8 +20,7 @@ class Accumulator {
     std::int32_t m_count = 0;  // of the values that are not Null
     vbrt::ExactSum m_sum;
     std::int64_t m_units = 0;  // the sum of Currency
-    Value m_value;             // the lowest, highest, first or last
-    bool m_started = false;
+    Value m_value;             // the lowest or highest
 };
 
 }  // namespace jetsql

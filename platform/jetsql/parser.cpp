@@ -37,21 +37,7 @@ bool isOneOf(std::string_view word, const std::string_view (&list)[N]) {
 }
 
 // Binding strength; the higher binds tighter.
-enum Level {
-    kLowest,
-    kXor,
-    kOr,
-    kAnd,
-    kNot,
-    kCompare,
-    kConcatenate,
-    kAdd,
-    kMod,
-    kIntegerDivide,
-    kMultiply,
-    kNegate,
-    kPower
-};
+enum Level { kLowest, kOr, kAnd, kNot, kCompare, kConcatenate, kAdd, kMod, kIntegerDivide, kMultiply, kNegate, kPower };
 
 struct Infix {
     std::string_view text;
@@ -60,7 +46,6 @@ struct Infix {
 };
 
 constexpr Infix kInfixes[] = {
-    {"xor", Op::Xor, kXor},
     {"or", Op::Or, kOr},
     {"and", Op::And, kAnd},
     {"=", Op::Equal, kCompare},
