@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
+#include <vector>
 
 namespace jetsql {
 
@@ -133,17 +133,35 @@ std::string changedCase(std::string text, bool upper) {
     return text;
 }
 
+// The first place of `part`, which is not empty, in bytes; npos when it is not there. After Knuth, Morris and Pratt.
+std::size_t search(std::string_view text, std::string_view part) {
+    std::vector<std::size_t> begun(part.size(), 0);  // how much of the front each front of `part` ends with
+    const auto extended = [&](std::size_t length, char c) {
+        while (length > 0 && part[length] != c)
+            length = begun[length - 1];
+        return part[length] == c ? length + 1 : length;
+    };
+    for (std::size_t i = 1; i < part.size(); ++i)
+        begun[i] = extended(begun[i - 1], part[i]);
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        length = extended(length, text[i]);
+        if (length == part.size())
+            return i + 1 - length;
+    }
+    return std::string_view::npos;
+}
+
 // Place of `part` from character `start` on, both counted from 1; 0 when it is not there. In a time that grows with
 // the sum of the lengths, whatever they are made of.
 Value placeOf(std::string_view text, const std::string& part, std::size_t start) {
     const std::string_view rest = text.substr(bytesOf(text, start - 1));
     if (rest.empty() && (start > 1 || text.empty()))
         return std::int32_t{0};
-    const auto found = std::search(rest.begin(), rest.end(), std::boyer_moore_searcher(part.begin(), part.end()));
-    if (found == rest.end() && !part.empty())
+    const std::size_t found = part.empty() ? 0 : search(rest, part);
+    if (found == std::string_view::npos)
         return std::int32_t{0};
-    const auto before = static_cast<std::size_t>(found - rest.begin());
-    return static_cast<std::int32_t>(start + characters(rest.substr(0, before)));
+    return static_cast<std::int32_t>(start + characters(rest.substr(0, found)));
 }
 
 // InStr([start,] text, part [, compare]): the start may only be left out together with `compare`.
