@@ -15,6 +15,7 @@
 #include "mainwindow/basListView.h"
 #include "mainwindow/clsListView.h"
 #include "mainwindow/frmMain.h"
+#include "vbrt/exact_sum.h"
 #include "vbrt/qstring.h"
 
 QString StufferListSql(const QString& strSortField, const QString& strSortOrder) {
@@ -105,9 +106,10 @@ void frmStuffer::LoadList() {
 void frmStuffer::ShowTotals() {
     const int intRows = vbrt::qt::CInt(static_cast<double>(lvwStuffer->rowCount()));
     const auto ShowTotal = [&](int intColumn, QLabel* lblTotal, const QLabel* lblCaption) {
-        double dblTotal = 0;
+        vbrt::ExactSum sum;
         for (int intRow = 0; intRow < intRows; ++intRow)
-            dblTotal = AddAmounts(dblTotal, ShownAmount(lvwStuffer->text(intRow, intColumn)));
+            sum.add(ShownAmount(lvwStuffer->text(intRow, intColumn)));
+        const double dblTotal = AddAmounts(sum.result(), 0);  // error 6 when it is too large
         lblTotal->setText(vbrt::qt::Format(dblTotal, strMoneyFormat));
         lblTotal->setAccessibleName(lblCaption->text() + " " + lblTotal->text());
     };

@@ -16,11 +16,6 @@ QString Qualified(QString strClause) {
     return strClause.replace("envelope", "tbl_envelopes.envelope", Qt::CaseInsensitive);
 }
 
-// A date built from year, month and day: month 0 is December of the year before, day 0 the last of the month before.
-QDate DateSerial(int intYear, int intMonth, int intDay) {
-    return QDate(intYear, 1, 1).addMonths(intMonth - 1).addDays(intDay - 1);
-}
-
 }  // namespace
 
 QStringList SortCaptions(const QString& strReport) {
@@ -55,6 +50,7 @@ QStringList DateRangeCaptions() {
 }
 
 std::optional<std::pair<QDate, QDate>> DateRange(const QString& strCaption, QDate dtmToday) {
+    using vbrt::qt::DateSerial;  // month 0 is December of the year before, day 0 the last of the month before
     const int intYear = dtmToday.year();
     const int intMonth = dtmToday.month();
     if (strCaption == "Year To Date")

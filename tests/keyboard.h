@@ -48,7 +48,7 @@ class Keyboard : public QObject {
     }
 
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::KeyPress && watched->isWindowType()) {
+        if (event->type() == QEvent::ShortcutOverride && watched->isWindowType()) {
             const int key = static_cast<QKeyEvent*>(event)->key();
             if (key != Qt::Key_Shift && key != Qt::Key_Control && key != Qt::Key_Alt)
                 ++m_arrived;

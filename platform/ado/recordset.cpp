@@ -11,6 +11,7 @@
 #include "ado/session.h"
 #include "ado/shape.h"
 #include "ado/text.h"
+#include "jetsql/operations.h"
 #include "jetsql/statement.h"
 #include "vbrt/convert.h"
 
@@ -67,37 +68,23 @@ const jet::Value& cell(const RowSource& rows, int field) {
 
 // The number in a value; error 94 for Null, 13 for bytes.
 double numberOf(const jet::Value& value) {
-    return std::visit(
-        [](const auto& v) -> double {
-            using T = std::decay_t<decltype(v)>;
-            if constexpr (std::is_same_v<T, jet::Null>)
-                raise(vbrt::kInvalidNull);
-            else if constexpr (std::is_same_v<T, bool>)
-                return v ? -1 : 0;
-            else if constexpr (std::is_arithmetic_v<T>)
-                return static_cast<double>(v);
-            else if constexpr (std::is_same_v<T, jet::Currency>)
-                return static_cast<double>(v.units) / kCurrencyUnits;
-            else if constexpr (std::is_same_v<T, jet::Date>)
-                return v.serial;
-            else if constexpr (std::is_same_v<T, std::string>)
-                return vbrt::CDbl(v);
-            else
-                raise(vbrt::kTypeMismatch);
-        },
-        value);
+    if (jet::isNull(value))
+        raise(vbrt::kInvalidNull);
+    if (std::holds_alternative<jet::Bytes>(value) || std::holds_alternative<jet::Guid>(value))
+        raise(vbrt::kTypeMismatch);
+    const auto* text = std::get_if<std::string>(&value);
+    return text != nullptr ? vbrt::CDbl(*text) : jetsql::toDouble(value);
 }
 
 QString textOf(const jet::Value& value) {
     if (const auto* text = std::get_if<std::string>(&value))
         return fromUtf8(*text);
     if (const auto* flag = std::get_if<bool>(&value))
-        return fromUtf8(vbrt::CStr(*flag));
+        return fromUtf8(vbrt::CStr(*flag));  // SQL says -1
     if (const auto* date = std::get_if<jet::Date>(&value))
         return fromUtf8(vbrt::CStr(vbrt::Date{date->serial}));
-    if (const auto* single = std::get_if<float>(&value))
-        return fromUtf8(vbrt::CStr(*single));
-    return fromUtf8(vbrt::CStr(numberOf(value)));
+    static_cast<void>(numberOf(value));  // throws for what is no number
+    return fromUtf8(jetsql::toText(value));
 }
 
 QByteArray byteArray(std::span<const std::uint8_t> bytes) {

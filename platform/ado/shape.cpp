@@ -8,28 +8,15 @@
 #include "jetsql/error.h"
 #include "jetsql/lexer.h"
 #include "jetsql/sort_key.h"
-#include "vbrt/ascii.h"
 
 namespace ado {
 namespace {
 
 using Kind = jetsql::Token::Kind;
 
-class Scanner {
+class Scanner : public jetsql::TokenReader {
  public:
-    explicit Scanner(std::string_view sql) : m_sql(sql), m_tokens(jetsql::tokenize(sql)) {}
-
-    bool acceptWord(std::string_view word) {
-        const bool found = peek().kind == Kind::Word && vbrt::equalsIgnoringCase(peek().text, word);
-        m_at += found ? 1 : 0;
-        return found;
-    }
-
-    bool acceptSymbol(std::string_view symbol) {
-        const bool found = isSymbol(symbol);
-        m_at += found ? 1 : 0;
-        return found;
-    }
+    using TokenReader::TokenReader;
 
     void expectWord(std::string_view word) {
         if (!acceptWord(word))
@@ -81,22 +68,11 @@ class Scanner {
     }
 
  private:
-    [[nodiscard]] const jetsql::Token& peek() const { return m_tokens[m_at]; }
-
-    // Braces are no part of the language that the tokens are made for.
-    [[nodiscard]] bool isSymbol(std::string_view symbol) const {
-        return (peek().kind == Kind::Symbol || peek().kind == Kind::BadByte) && peek().text == symbol;
-    }
-
     // Names the place: the statement from here on, or all of it when something is missing at its end.
     [[noreturn]] void refuse() const {
         const std::size_t place = peek().kind == Kind::End ? 0 : peek().begin;
         throw jetsql::Error(jetsql::Errc::UnsupportedSql, std::string(m_sql.substr(place)), place);
     }
-
-    std::string_view m_sql;
-    std::vector<jetsql::Token> m_tokens;  // the last one, End, is never passed
-    std::size_t m_at = 0;
 };
 
 std::size_t columnNamed(const std::vector<jetsql::OutputColumn>& columns, const std::string& name) {

@@ -1,32 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "datareport/content.h"
 
+#include "vbrt/exact_sum.h"
 #include "vbrt/qstring.h"
 
 #include <QVariant>
 #include <algorithm>
-#include <cmath>
 #include <string>
 #include <utility>
 
 namespace datareport {
 
 namespace {
-
-// Adds money without drift: what each addition loses is kept and added at the end (Neumaier).
-class Total {
- public:
-    void add(double value) {
-        const double sum = m_sum + value;
-        m_lost += std::fabs(m_sum) >= std::fabs(value) ? (m_sum - sum) + value : (value - sum) + m_sum;
-        m_sum = sum;
-    }
-    [[nodiscard]] double result() const { return m_sum + m_lost; }
-
- private:
-    double m_sum = 0;
-    double m_lost = 0;
-};
 
 double numberOf(const QVariant& value) {
     if (!value.isValid())
@@ -127,7 +112,7 @@ class Totals {
     struct Sum {
         std::size_t control;
         int column;
-        Total total;
+        vbrt::ExactSum total;
     };
     const BandDesign* m_band;
     std::vector<Sum> m_sums;

@@ -93,10 +93,10 @@ void BTree::setEntry(ByteView key, RowId row) {
     appendRow(m_entry, row);
 }
 
-// The leaf where an entry with this text is or belongs. It is not read, so its level is still to be checked.
-PageNo BTree::leafFor(ByteView wanted, std::vector<Step>* path) const {
-    if (path != nullptr)
-        path->clear();
+// Goes down from the root to a leaf by the children that `choose(page, node)` picks, or to the node where it picks
+// nothing. The leaf is read only when it is the root, so that its level is still to be checked.
+template <typename Choose>
+PageNo BTree::descend(Choose&& choose) const {
     PageNo page = m_root;
     for (std::optional<unsigned> level; level != 0U;) {
         const PageRef ref = m_pager->read(page);
@@ -105,27 +105,29 @@ PageNo BTree::leafFor(ByteView wanted, std::vector<Step>* path) const {
             checkLevel(view, page, *level);
         if (view.leaf())
             break;
-        const std::size_t at = view.lowerBound(wanted);
-        if (path != nullptr)
-            path->push_back({page, at, at == view.used()});
+        const std::optional<std::size_t> at = choose(page, view);
+        if (!at)
+            break;
         level = view.level() - 1;
-        page = view.child(at);
+        page = view.child(*at);
     }
     return page;
 }
 
+// The leaf where an entry with this text is or belongs.
+PageNo BTree::leafFor(ByteView wanted, std::vector<Step>* path) const {
+    if (path != nullptr)
+        path->clear();
+    return descend([&](PageNo page, const IndexPageView& node) {
+        const std::size_t at = node.lowerBound(wanted);
+        if (path != nullptr)
+            path->push_back({page, at, at == node.used()});
+        return std::optional(at);
+    });
+}
+
 PageNo BTree::edgeLeaf(bool last) const {
-    PageNo page = m_root;
-    for (std::optional<unsigned> level;;) {
-        const PageRef ref = m_pager->read(page);
-        const IndexPageView view(ref->view(), page, m_table);
-        if (level)
-            checkLevel(view, page, *level);
-        if (view.leaf())
-            return page;
-        level = view.level() - 1;
-        page = view.child(last ? view.used() : 0);
-    }
+    return descend([last](PageNo, const IndexPageView& node) { return std::optional(last ? node.used() : 0); });
 }
 
 BTree::Cursor BTree::cursorOn(PageNo leaf) const {
@@ -546,23 +548,16 @@ void BTree::replaceText(std::size_t at, ByteView text) {
 // highest entry of the whole tree is in no node).
 void BTree::replaceHighest(ByteView old, ByteView text) {
     m_path.clear();
-    PageNo page = m_root;
-    for (std::optional<unsigned> level; level != 0U;) {
-        const PageRef ref = m_pager->read(page);
-        const IndexPageView view(ref->view(), page, m_table);
-        if (level)
-            checkLevel(view, page, *level);
-        if (view.leaf())
-            return;
-        const std::size_t at = view.lowerBound(old);
-        m_path.push_back({page, at, at == view.used()});
-        if (view.equals(at, old)) {
-            replaceText(at, text);
-            return;
-        }
-        level = view.level() - 1;
-        page = view.child(at);
-    }
+    std::optional<std::size_t> found;
+    descend([&](PageNo page, const IndexPageView& node) {
+        const std::size_t at = node.lowerBound(old);
+        m_path.push_back({page, at, at == node.used()});
+        if (node.equals(at, old))
+            found = at;
+        return found ? std::nullopt : std::optional(at);
+    });
+    if (found)
+        replaceText(*found, text);
 }
 
 // ---- building ----

@@ -86,6 +86,8 @@ class BTree {
     struct Built;
 
     void setEntry(ByteView key, RowId row);
+    template <typename Choose>
+    PageNo descend(Choose&& choose) const;
     [[nodiscard]] PageNo leafFor(ByteView wanted, std::vector<Step>* path) const;
     [[nodiscard]] PageNo edgeLeaf(bool last) const;
     [[nodiscard]] Cursor cursorOn(PageNo leaf) const;

@@ -7,6 +7,7 @@
 
 #include "jet/bytes.h"
 #include "jet/codepage.h"
+#include "jet/new_file.h"
 #include "jet/row_store.h"
 #include "jet/text_order.h"
 #include "jet/verify.h"
@@ -14,22 +15,6 @@
 namespace jet {
 
 namespace {
-
-// What lies at the same places in every file.
-constexpr PageNo kGlobalMaps = 1;
-constexpr PageNo kObjects = 2;  // the definition of MSysObjects
-constexpr PageNo kLastSystemTable = 5;
-constexpr PageNo kOtherMaps = 12;
-constexpr PageNo kFixedPages = 20;
-
-// Objects whose number is the same in every file; all others but tables have numbers with the highest bit.
-constexpr std::int32_t kRootId = 0x0F000000;
-constexpr std::int32_t kTablesId = 0x0F000001;
-constexpr std::int32_t kDatabasesId = 0x0F000002;
-constexpr std::int32_t kRelationshipsId = 0x0F000003;
-constexpr std::int32_t kDatabaseDocumentId = 0x10000000;
-
-constexpr std::size_t kMaxPassword = 20;
 
 bool isFixedId(std::int32_t id) {
     return id == kTablesId || id == kDatabasesId || id == kRelationshipsId || id == kDatabaseDocumentId;
@@ -63,16 +48,8 @@ struct Object {
 
     [[nodiscard]] bool isTable() const { return type == CatalogEntry::TableType; }
     [[nodiscard]] bool isSystemTable() const {
-        return isTable() && id >= std::int32_t{kObjects} && id <= std::int32_t{kLastSystemTable};
+        return isTable() && id >= std::int32_t{kObjects} && id <= std::int32_t{kRelationships};
     }
-};
-
-// Pages set aside for a table; what they have no room for goes elsewhere.
-struct Places {
-    std::vector<PageNo> maps;       // for the map rows of the table itself
-    std::vector<PageNo> indexMaps;  // for those of its indexes, in turn
-    std::vector<PageNo> roots;
-    PageNo firstRows = 0;
 };
 
 struct TableCopy {
@@ -126,7 +103,9 @@ class Compactor {
     Compactor(Database& source, Pager& target) : m_source(source), m_pager(target), m_space(target) {}
 
     void run(const std::string& password) {
-        startFile(password);
+        Header header = m_source.pager().header();
+        header.password = password;
+        startFile(m_pager, header);
         readCatalog();
         for (const Object& object : m_objects) {
             if (object.isTable())
@@ -148,96 +127,40 @@ class Compactor {
 
     // ---- pages ----
 
-    // The pages that lie at the same places in every file are in use, everything else is free.
-    void startFile(const std::string& password) {
-        while (m_pager.pageCount() < kFixedPages)
-            (void)m_pager.extend();
-        Header header = m_source.pager().header();
-        header.password = password;
-        header.writeTo(m_pager.edit(0));
-        Bytes freePages = UsageMap::freshRow();
-        constexpr std::size_t kBitmap = 5;
-        for (std::size_t page = kFixedPages; page < (freePages.size() - kBitmap) * 8; ++page)
-            freePages[kBitmap + page / 8] |= static_cast<std::uint8_t>(1U << page % 8);
-        DataPageEditor maps(m_pager.edit(kGlobalMaps), kGlobalMaps);
-        maps.format(kGlobalMaps);
-        (void)maps.append(freePages);
-        (void)maps.append(UsageMap::freshRow());
-        for (const PageNo page : {6U, 7U, 8U, 10U, kOtherMaps})
-            DataPageEditor(m_pager.edit(page), page).format(kOwnerMapRows);
-    }
-
     // The three smaller system tables share a page of map rows; the places of their roots follow one another.
-    Places placesOf(const Object& object) {
+    static TablePlaces placesOf(const Object& object) {
         if (!object.isSystemTable())
             return {};
+        const auto definition = static_cast<PageNo>(object.id);
         if (object.id == kObjects)
-            return {{6, 7}, {8, 10}, {9, 11}, 18};
-        Places places{{kOtherMaps}, {kOtherMaps}, {}, 0};
+            return {definition,
+                    {kObjectMaps, kLastObjectMap},
+                    {kNameIndexMap, kIdIndexMap},
+                    {kNameIndexRoot, kIdIndexRoot},
+                    kObjectRows};
+        TablePlaces places{definition, {kOtherMaps}, {kOtherMaps}, {}, 0};
         if (equalText(object.name, "MSysACEs")) {
-            places.roots = {13};
-            places.firstRows = 19;
+            places.roots = {kAceIndexRoot};
+            places.firstRows = kAceRows;
         } else if (equalText(object.name, "MSysQueries")) {
-            places.roots = {14};
+            places.roots = {kQueryIndexRoot};
         } else if (equalText(object.name, "MSysRelationships")) {
-            places.roots = {15, 16, 17};
+            places.roots = {kRelationshipIndexRoots, kRelationshipIndexRoots + 1, kRelationshipIndexRoots + 2};
         }
         return places;
     }
 
-    RowId addMapRow(const std::vector<PageNo>& wanted, std::optional<PageNo>& last) {
-        const Bytes fresh = UsageMap::freshRow();
-        for (const PageNo page : wanted) {
-            DataPageEditor editor(m_pager.edit(page), page);
-            if (editor.view().hasRoom(fresh.size()))
-                return {page, editor.append(fresh)};
-        }
-        const RowId row = m_space.newMapRow(last);
-        last = row.page;
-        return row;
-    }
-
-    // Gives a table its pages: definition, map rows, index roots, in this order. System tables keep theirs.
+    // Gives a table its pages; system tables keep theirs.
     void define(const Object& object) {
+        if (m_newIds.contains(object.id))
+            corrupt(static_cast<PageNo>(object.id), "two tables with one definition");
         auto table = std::make_unique<TableCopy>(m_source, object);
         TableDef& def = table->def;
-        const Places places = placesOf(object);
-        const std::size_t pages = TableDef::pagesFor(def.encode().size());
-        def.pages.clear();
-        if (object.isSystemTable())
-            def.pages.push_back(static_cast<PageNo>(object.id));
-        while (def.pages.size() < pages)
-            def.pages.push_back(m_space.allocate());
-        def.page = def.pages.front();
-        table->firstRows = places.firstRows;
-        if (!m_newIds.emplace(object.id, static_cast<std::int32_t>(def.page)).second)
-            corrupt(static_cast<PageNo>(object.id), "two tables with one definition");
-
-        std::optional<PageNo> mapPage;
-        def.ownedMap = addMapRow(places.maps, mapPage);
-        def.freeSpaceMap = addMapRow(places.maps, mapPage);
-        for (const ColumnDef& column : def.columns) {  // the maps may be listed in another order
-            for (LongValueMaps& maps : def.longValues) {
-                if (maps.column != column.number)
-                    continue;
-                maps.owned = addMapRow(places.maps, mapPage);
-                if (maps.freeSpace)
-                    maps.freeSpace = addMapRow(places.maps, mapPage);
-            }
-        }
         std::erase_if(def.longValues, [&](const LongValueMaps& m) { return !def.columnByNumber(m.column); });
-        for (std::size_t i = 0; i < def.realIndexes.size(); ++i) {
-            std::vector<PageNo> wanted;
-            if (!places.indexMaps.empty())
-                wanted.push_back(places.indexMaps[std::min(i, places.indexMaps.size() - 1)]);
-            def.realIndexes[i].map = addMapRow(wanted, mapPage);
-        }
-        for (std::size_t i = 0; i < def.realIndexes.size(); ++i) {
-            RealIndex& index = def.realIndexes[i];
-            index.root = i < places.roots.size() ? places.roots[i] : m_space.allocate();
-            UsageMap(m_pager, index.map).add(index.root, m_space);
-            BTree::formatRoot(m_pager.edit(index.root), def.page);
-        }
+        const TablePlaces places = placesOf(object);
+        givePages(m_pager, m_space, def, places);
+        table->firstRows = places.firstRows;
+        m_newIds[object.id] = static_cast<std::int32_t>(def.page);
         m_tables.push_back(std::move(table));
     }
 
@@ -396,7 +319,7 @@ class Compactor {
                     return false;
                 putLe(std::span(*fields[at]), 0, now);
             }
-            if (m_type && number<std::int16_t>(*fields[*m_type]) == CatalogEntry::QueryType)
+            if (m_type && fields[*m_type] && getLe<std::int16_t>(*fields[*m_type], 0) == CatalogEntry::QueryType)
                 fields[m_plan].reset();
             return true;
         }

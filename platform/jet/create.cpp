@@ -5,6 +5,7 @@
 
 #include "jet/bytes.h"
 #include "jet/codepage.h"
+#include "jet/new_file.h"
 #include "jet/row_store.h"
 #include "jet/text_order.h"
 
@@ -12,34 +13,6 @@ namespace jet {
 
 namespace {
 
-// The pages that every new file has at the same places.
-enum CatalogPage : PageNo {
-    kGlobalMaps = 1,
-    kObjects = 2,  // definitions
-    kAces = 3,
-    kQueries = 4,
-    kRelationships = 5,
-    kObjectMaps = 6,
-    kLastObjectMap = 7,
-    kNameIndexMap = 8,
-    kNameIndexRoot = 9,
-    kIdIndexMap = 10,
-    kIdIndexRoot = 11,
-    kOtherMaps = 12,
-    kAceIndexRoot = 13,
-    kQueryIndexRoot = 14,
-    kRelationshipIndexRoots = 15,  // three of them
-    kObjectRows = 18,
-    kAceRows = 19,
-    kCatalogPages = 20,
-};
-
-// Objects whose number is the same in every file.
-constexpr std::int32_t kRootId = 0x0F000000;
-constexpr std::int32_t kTablesId = 0x0F000001;
-constexpr std::int32_t kDatabasesId = 0x0F000002;
-constexpr std::int32_t kRelationshipsId = 0x0F000003;
-constexpr std::int32_t kDatabaseDocumentId = 0x10000000;
 constexpr std::uint32_t kFirstFreeId = 0x80000000;
 constexpr std::uint32_t kSystemObject = 0x80000000;
 
@@ -53,7 +26,6 @@ constexpr std::uint32_t kEverything = 0xFFFFF;
 constexpr std::uint32_t kCreatorRights = 0xF00FE;
 
 constexpr std::uint16_t kBuild = 4513;  // an engine that real files name as their maker
-constexpr std::size_t kMaxPassword = 20;
 
 // The length in the definition of a column. A Boolean has one, though its values lie in the null mask; of long values
 // it is not known.
@@ -159,7 +131,11 @@ class Builder {
         : m_pager(pager), m_space(pager), m_spec(spec), m_relationships(spec.relationships) {}
 
     void build() {
-        reservePages();
+        Header header;
+        header.password = m_spec.password;
+        header.build = kBuild;
+        startFile(m_pager, header);
+        reserveMaps();
         storeSystemTables();
         for (const TableSpec& table : m_spec.tables)
             m_tables.push_back(define(table));
@@ -167,7 +143,7 @@ class Builder {
             if (relationship.enforced())
                 link(relationship);
         for (TableDef& def : m_tables)
-            givePages(def);
+            givePages(m_pager, m_space, def);
         for (TableDef& def : m_tables)
             storeDefinition(def);
         fillCatalog();
@@ -184,30 +160,14 @@ class Builder {
     DataPageEditor editor(PageNo page) { return {m_pager.edit(page), page}; }
 
     void addMapRows(PageNo page, std::size_t count) {
-        editor(page).format(kOwnerMapRows);
         for (std::size_t i = 0; i < count; ++i)
             editor(page).append(UsageMap::freshRow());
     }
 
     void own(RowId map, PageNo page) { UsageMap(m_pager, map).add(page, m_space); }
 
-    // The catalog's own pages, in use but empty; everything after them is free, also what the file does not have yet.
-    void reservePages() {
-        while (m_pager.pageCount() < kCatalogPages)
-            m_pager.extend();
-        Header header;
-        header.password = m_spec.password;
-        header.build = kBuild;
-        header.writeTo(m_pager.edit(0));
-
-        Bytes freePages = UsageMap::freshRow();
-        constexpr std::size_t kBitmap = 5;
-        for (std::size_t page = kCatalogPages; page < (freePages.size() - kBitmap) * 8; ++page)
-            freePages[kBitmap + page / 8] |= static_cast<std::uint8_t>(1U << page % 8);
-        editor(kGlobalMaps).format(kGlobalMaps);
-        editor(kGlobalMaps).append(freePages);
-        editor(kGlobalMaps).append(UsageMap::freshRow());
-
+    // Map rows of the catalog.
+    void reserveMaps() {
         addMapRows(kObjectMaps, 15);
         addMapRows(kLastObjectMap, 1);
         addMapRows(kNameIndexMap, 1);
@@ -332,7 +292,7 @@ class Builder {
         for (const ColumnSpec& column : table.columns) {
             ColumnDef& c = addColumn(def, column.name, column.type, column.length, column.autoNumber ? 0x04 : 0x00);
             if (c.isLongValue())
-                def.longValues.push_back({c.number, {}, std::nullopt});
+                def.longValues.push_back({c.number, {}, RowId{}});
         }
         for (const IndexSpec& index : table.indexes) {
             std::vector<IndexColumn> columns;
@@ -435,37 +395,6 @@ class Builder {
             enter(parent, referencedSideName(nextNumber), *parentReal, LogicalIndex::Side::Referenced, childTable);
         child.logicalIndexes[childNumber].partnerNumber = parentNumber;
         parent.logicalIndexes[parentNumber].partnerNumber = childNumber;
-    }
-
-    // Definition pages, map rows, index roots, in this order.
-    void givePages(TableDef& def) {
-        const std::size_t count = TableDef::pagesFor(def.encode().size());
-        for (std::size_t i = 0; i < count; ++i)
-            def.pages.push_back(m_space.allocate());
-        def.page = def.pages.front();
-
-        std::optional<PageNo> mapPage;
-        const auto nextMap = [&]() -> RowId {
-            const Bytes fresh = UsageMap::freshRow();
-            if (!mapPage || !editor(*mapPage).view().hasRoom(fresh.size())) {
-                mapPage = m_space.allocate();
-                editor(*mapPage).format(kOwnerMapRows);
-            }
-            return {*mapPage, editor(*mapPage).append(fresh)};
-        };
-        def.ownedMap = nextMap();
-        def.freeSpaceMap = nextMap();
-        for (LongValueMaps& maps : def.longValues) {
-            maps.owned = nextMap();
-            maps.freeSpace = nextMap();
-        }
-        for (RealIndex& index : def.realIndexes)
-            index.map = nextMap();
-        for (RealIndex& index : def.realIndexes) {
-            index.root = m_space.allocate();
-            own(index.map, index.root);
-            BTree::formatRoot(m_pager.edit(index.root), def.page);
-        }
     }
 
     void storeDefinition(TableDef& def) {

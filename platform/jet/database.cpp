@@ -208,19 +208,19 @@ void DatabaseImpl::readRelationships() {
     };
     std::vector<Relationship> all;
     std::vector<std::vector<Pair>> pairs;
+    std::map<Bytes, std::size_t> places;  // by the key of the name
     readCatalog();
     if (const Object* object = findTable("MSysRelationships")) {
         SystemRows rows(openTable(object->entry), {"szRelationship", "grbit", "icolumn", "szObject", "szColumn",
                                                    "szReferencedObject", "szReferencedColumn"});
         while (rows.next()) {
             const auto text = [&](std::size_t column) { return rows.optional<std::string>(column).value_or(""); };
-            const std::string name = text(0);
-            auto at = static_cast<std::size_t>(
-                std::find_if(all.begin(), all.end(), [&](const Relationship& r) { return equalText(r.name, name); }) -
-                all.begin());
-            if (at == all.size()) {
+            std::string name = text(0);
+            const auto [known, isNew] = places.try_emplace(nameKey(name), all.size());
+            const std::size_t at = known->second;
+            if (isNew) {
                 Relationship& r = all.emplace_back();
-                r.name = name;
+                r.name = std::move(name);
                 r.table = text(3);
                 r.referencedTable = text(5);
                 r.flags = static_cast<std::uint32_t>(rows.optional<std::int32_t>(1).value_or(0));

@@ -35,6 +35,8 @@ class RowStore {
 
     // The data pages in ascending order.
     [[nodiscard]] std::vector<PageNo> pages() const;
+    // Of all the pages of the file, in bytes.
+    [[nodiscard]] std::size_t fileSize() const { return std::size_t{m_pager->pageCount()} * kPageSize; }
     // Throws Corrupt unless it is a data page of this table.
     [[nodiscard]] PageRef dataPage(PageNo page) const;
     struct Found {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cassert>
 #include <set>
+#include <utility>
 
 #include "jet/codepage.h"
 #include "jet/database_impl.h"
@@ -56,10 +57,54 @@ void decodeLongValue(const RowStore& store, std::size_t position, ByteView heade
     appendFromCodePage(content, text);
 }
 
-class Scan final : public TableScan {
+// Decodes the columns `wanted` of a row; long values are followed. Adds their length to `longValueBytes`.
+void decodeRow(const RowStore& store, const RowView& row, std::span<const std::size_t> wanted, Row& out,
+               std::size_t& longValueBytes) {
+    out.resize(wanted.size());
+    const std::vector<ColumnDef>& columns = store.def().columns;
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        const ColumnDef& column = columns[wanted[i]];
+        const std::optional<ByteView> bytes = row.field(wanted[i]);
+        if (!bytes) {
+            out[i] = Null();
+        } else if (column.isLongValue()) {
+            longValueBytes += LongValueStore::length(*bytes);
+            decodeLongValue(store, wanted[i], *bytes, out[i]);
+        } else {
+            decodeField(column, *bytes, out[i]);
+        }
+    }
+}
+
+// What both kinds of scan have in common: rows of a file in which many share one value end in an error, before they
+// fill the memory of whoever keeps them.
+class DecodingScan : public TableScan {
+ public:
+    DecodingScan(const RowStore& store, std::vector<std::size_t> wanted)
+        : m_store(store), m_wanted(std::move(wanted)) {}
+
+    [[nodiscard]] RowId rowId() const override { return m_row; }
+
+ protected:
+    void decode(RowId id, const RowView& row, Row& out) {
+        m_row = id;
+        decodeRow(m_store, row, m_wanted, out, m_longValueBytes);
+        if (m_longValueBytes > m_store.fileSize())
+            corrupt(m_store.def().page, "long values that are larger than their file");
+    }
+
+    const RowStore& m_store;
+
+ private:
+    std::vector<std::size_t> m_wanted;
+    RowId m_row;
+    std::size_t m_longValueBytes = 0;
+};
+
+class Scan final : public DecodingScan {
  public:
     Scan(const RowStore& store, std::vector<std::size_t> wanted)
-        : m_store(store), m_wanted(std::move(wanted)), m_pages(store.pages()) {}
+        : DecodingScan(store, std::move(wanted)), m_pages(store.pages()) {}
 
     bool next(Row& out) override {
         while (m_view || openNextPage()) {
@@ -67,9 +112,8 @@ class Scan final : public TableScan {
                 const auto bytes = m_store.rowInSlot(*m_view, m_slot, m_elsewhere);
                 if (!bytes)
                     continue;
-                m_row = {m_number, static_cast<std::uint8_t>(m_slot)};
-                decodeRow(m_store, RowView(m_store.def(), *bytes, m_number), m_wanted, out);
-                ++m_slot;
+                const RowId id{m_number, static_cast<std::uint8_t>(m_slot++)};
+                decode(id, RowView(m_store.def(), *bytes, m_number), out);
                 return true;
             }
             m_view.reset();
@@ -77,11 +121,7 @@ class Scan final : public TableScan {
         return false;
     }
 
-    [[nodiscard]] RowId rowId() const override { return m_row; }
-
  private:
-    const RowStore& m_store;
-    std::vector<std::size_t> m_wanted;
     std::vector<PageNo> m_pages;
     std::size_t m_nextPage = 0;
     PageNo m_number = 0;
@@ -89,7 +129,6 @@ class Scan final : public TableScan {
     PageRef m_elsewhere;  // keeps the bytes of a moved row
     std::optional<DataPageView> m_view;
     std::size_t m_slot = 0;
-    RowId m_row;
 
     bool openNextPage() {
         if (m_nextPage == m_pages.size())
@@ -102,22 +141,26 @@ class Scan final : public TableScan {
     }
 };
 
-}  // namespace
+class ScanOfRows final : public DecodingScan {
+ public:
+    ScanOfRows(const RowStore& store, std::vector<std::size_t> wanted, std::vector<RowId> ids)
+        : DecodingScan(store, std::move(wanted)), m_ids(std::move(ids)) {}
 
-void decodeRow(const RowStore& store, const RowView& row, std::span<const std::size_t> wanted, Row& out) {
-    out.resize(wanted.size());
-    const std::vector<ColumnDef>& columns = store.def().columns;
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
-        const ColumnDef& column = columns[wanted[i]];
-        const std::optional<ByteView> bytes = row.field(wanted[i]);
-        if (!bytes)
-            out[i] = Null();
-        else if (column.isLongValue())
-            decodeLongValue(store, wanted[i], *bytes, out[i]);
-        else
-            decodeField(column, *bytes, out[i]);
+    bool next(Row& out) override {
+        if (m_next == m_ids.size())
+            return false;
+        const RowId id = m_ids[m_next++];
+        const RowStore::Found found = m_store.find(id);
+        decode(id, RowView(m_store.def(), found.bytes, found.place.page), out);
+        return true;
     }
-}
+
+ private:
+    std::vector<RowId> m_ids;
+    std::size_t m_next = 0;
+};
+
+}  // namespace
 
 TableImpl::TableImpl(DatabaseImpl& db, const CatalogEntry& entry)
     : m_db(&db),
@@ -163,9 +206,14 @@ std::unique_ptr<TableScan> TableImpl::scan(std::vector<std::size_t> wanted) {
     return std::make_unique<Scan>(m_store, std::move(wanted));
 }
 
+std::unique_ptr<TableScan> TableImpl::scan(std::vector<std::size_t> wanted, std::vector<RowId> ids) {
+    return std::make_unique<ScanOfRows>(m_store, std::move(wanted), std::move(ids));
+}
+
 void TableImpl::read(RowId id, std::span<const std::size_t> wanted, Row& out) {
     const RowStore::Found found = m_store.find(id);
-    decodeRow(m_store, RowView(def(), found.bytes, found.place.page), wanted, out);
+    std::size_t longValueBytes = 0;
+    decodeRow(m_store, RowView(def(), found.bytes, found.place.page), wanted, out, longValueBytes);
 }
 
 std::optional<std::size_t> TableImpl::indexOn(std::span<const std::size_t> positions) const {
@@ -308,11 +356,26 @@ void TableImpl::assignAutoNumber(Row& row) {
     for (std::size_t i = 0; i < row.size(); ++i) {
         if (!columns()[i].isAutoNumber() || columns()[i].type != ColumnType::Long)
             continue;
-        if (isNull(row[i]))
+        const bool given = isNull(row[i]);
+        if (given)
             row[i] = static_cast<std::int32_t>(def().lastAutoNumber + 1);
         if (const auto* number = std::get_if<std::int32_t>(&row[i]))
-            m_store.setAutoNumber(static_cast<std::uint32_t>(*number));
+            setAutoNumber(*number, given);
     }
+}
+
+void TableImpl::setAutoNumber(std::int32_t number, bool given) {
+    m_store.setAutoNumber(static_cast<std::uint32_t>(number));
+    m_given = given ? std::optional(def().lastAutoNumber) : std::nullopt;
+}
+
+void TableImpl::keepAutoNumber() {
+    const auto given = std::exchange(m_given, std::nullopt);
+    if (!given || *given == def().lastAutoNumber)
+        return;
+    Transaction transaction(*m_db);
+    m_store.setAutoNumber(*given);
+    transaction.commit();
 }
 
 RowId TableImpl::insert(Row& row) {
@@ -374,7 +437,7 @@ void TableImpl::update(RowId id, std::span<const std::size_t> positions, std::sp
         fields.push_back(m_store.encode(positions[i], values[i]));
         if (const auto* number = std::get_if<std::int32_t>(&values[i]); number != nullptr && column.isAutoNumber())
             if (*number > static_cast<std::int32_t>(def().lastAutoNumber))
-                m_store.setAutoNumber(static_cast<std::uint32_t>(*number));
+                setAutoNumber(*number, false);
     }
     Consequences consequences;
     changeRow(id, planChange(positions, fields, nullptr), consequences);

@@ -27,7 +27,7 @@ struct ColumnRules {
     std::optional<std::string> defaultValue;  // an expression as text, for instance 0 or "none" or Date()
 };
 
-// Walks the rows of a table in the order of its pages. Invalid after any change to the table.
+// Walks rows of a table, all of them in the order of its pages. Invalid after any change to the table.
 class TableScan {
  public:
     TableScan() = default;
@@ -54,7 +54,10 @@ class Table {
     [[nodiscard]] virtual std::uint32_t rowCount() const = 0;
 
     // `wanted` = positions in columns(); nothing else is decoded (long values are only followed when wanted).
+    // A scan throws Corrupt once its long values come to more than the file holds: each has its bytes to itself.
     [[nodiscard]] virtual std::unique_ptr<TableScan> scan(std::vector<std::size_t> wanted) = 0;
+    // The same over these rows, in this order. Throws Corrupt at one that is not there.
+    [[nodiscard]] virtual std::unique_ptr<TableScan> scan(std::vector<std::size_t> wanted, std::vector<RowId> ids) = 0;
     // Throws Corrupt when there is no such row.
     virtual void read(RowId id, std::span<const std::size_t> wanted, Row& out) = 0;
 
@@ -75,6 +78,8 @@ class Table {
     // Throws DuplicateKey, NullInKey, RequiredNull, ZeroLength, TooLong, ParentRequired, NotRepresentable,
     // TypeMismatch, RowTooLarge, ReadOnly, UnsupportedSortOrder.
     virtual RowId insert(Row& row) = 0;
+    // After the rollback of a statement that failed: the numbers that its rows were given stay used up.
+    virtual void keepAutoNumber() = 0;
     // Sets the columns at `positions` to `values`. A changed key that other tables refer to cascades to them, or
     // throws ChildrenExist. A change of spelling only (case) cascades too, so that children read as their parent does.
     virtual void update(RowId id, std::span<const std::size_t> positions, std::span<const Value> values) = 0;

@@ -27,6 +27,7 @@ class TableImpl final : public Table {
     [[nodiscard]] std::uint32_t rowCount() const override { return def().rowCount; }
 
     [[nodiscard]] std::unique_ptr<TableScan> scan(std::vector<std::size_t> wanted) override;
+    [[nodiscard]] std::unique_ptr<TableScan> scan(std::vector<std::size_t> wanted, std::vector<RowId> ids) override;
     void read(RowId id, std::span<const std::size_t> wanted, Row& out) override;
 
     [[nodiscard]] std::optional<std::size_t> indexOn(std::span<const std::size_t> positions) const override;
@@ -36,6 +37,7 @@ class TableImpl final : public Table {
     [[nodiscard]] std::vector<RowId> inOrder(std::size_t realIndex) override;
 
     RowId insert(Row& row) override;
+    void keepAutoNumber() override;
     void update(RowId id, std::span<const std::size_t> positions, std::span<const Value> values) override;
     void erase(RowId id) override;
 
@@ -66,16 +68,15 @@ class TableImpl final : public Table {
     RowStore m_store;
     mutable std::optional<std::vector<ColumnRules>> m_rules;
     std::optional<Links> m_links;
-    Fields m_scratch;  // keeps its buffers between rows
+    Fields m_scratch;                      // keeps its buffers between rows
+    std::optional<std::uint32_t> m_given;  // what the counter stood at after the last number that it gave
 
     void checkRules(std::size_t position, const Value& value) const;
     void checkKey(std::size_t realIndex, const IndexKey& key, std::optional<RowId> self, bool cascading) const;
     void assignAutoNumber(Row& row);
+    void setAutoNumber(std::int32_t number, bool given);
     [[nodiscard]] std::string indexName(std::size_t realIndex) const;
     [[nodiscard]] std::optional<Bytes> lookupKey(std::size_t realIndex, std::span<const Value> values) const;
 };
-
-// Decodes the columns `wanted` of a row; long values are followed.
-void decodeRow(const RowStore& store, const RowView& row, std::span<const std::size_t> wanted, Row& out);
 
 }  // namespace jet

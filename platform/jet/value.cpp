@@ -24,6 +24,17 @@ std::string hex(ByteView bytes) {
     return text;
 }
 
+// With its four decimals.
+std::string fullText(Currency money) {
+    const bool negative = money.units < 0;
+    // Unsigned, so that the smallest number has an opposite.
+    const std::uint64_t units =
+        negative ? 0 - static_cast<std::uint64_t>(money.units) : static_cast<std::uint64_t>(money.units);
+    std::string fraction = number(10000 + units % 10000);
+    fraction.front() = '.';
+    return (negative ? "-" : "") + number(units / 10000) + fraction;
+}
+
 struct Printer {
     std::string operator()(Null) const { return "Null"; }
     std::string operator()(bool v) const { return v ? "true" : "false"; }
@@ -35,14 +46,7 @@ struct Printer {
     std::string operator()(Date v) const { return "#" + number(v.serial) + "#"; }
     std::string operator()(const Bytes& v) const { return "x" + hex(v); }
 
-    std::string operator()(Currency v) const {
-        const bool negative = v.units < 0;
-        // Unsigned, so that the smallest number has an opposite.
-        const std::uint64_t units =
-            negative ? 0 - static_cast<std::uint64_t>(v.units) : static_cast<std::uint64_t>(v.units);
-        const std::string fraction = number(10000 + units % 10000).substr(1);
-        return (negative ? "$-" : "$") + number(units / 10000) + "." + fraction;
-    }
+    std::string operator()(Currency v) const { return "$" + fullText(v); }
 
     std::string operator()(const std::string& v) const {
         std::string text = "\"";
@@ -75,6 +79,14 @@ struct Printer {
 };
 
 }  // namespace
+
+std::string toText(Currency money) {
+    std::string text = fullText(money);
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.back() == '.')
+        text.pop_back();
+    return text;
+}
 
 std::string toDebugString(const Value& v) {
     return std::visit(Printer{}, v);

@@ -44,6 +44,9 @@ inline bool isNull(const Value& v) {
     return std::holds_alternative<Null>(v);
 }
 
+// "-12.5": all that the number has, without zeros at the end.
+std::string toText(Currency money);
+
 // A readable form for dumps and test failures: Null, true, 12, "text" with escapes, hex for bytes.
 std::string toDebugString(const Value& v);
 

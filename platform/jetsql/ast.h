@@ -31,7 +31,6 @@ enum class Op {
     Like,
     And,
     Or,
-    Xor,
 };
 
 }  // namespace jetsql

@@ -26,10 +26,11 @@ bool sameName(std::string_view a, std::string_view b) {
 }
 
 std::optional<Aggregate::Kind> aggregateNamed(std::string_view name) {
-    static constexpr std::pair<std::string_view, Aggregate::Kind> kNames[] = {
-        {"count", Aggregate::Kind::Count}, {"sum", Aggregate::Kind::Sum}, {"avg", Aggregate::Kind::Average},
-        {"min", Aggregate::Kind::Min},     {"max", Aggregate::Kind::Max}, {"first", Aggregate::Kind::First},
-        {"last", Aggregate::Kind::Last}};
+    static constexpr std::pair<std::string_view, Aggregate::Kind> kNames[] = {{"count", Aggregate::Kind::Count},
+                                                                              {"sum", Aggregate::Kind::Sum},
+                                                                              {"avg", Aggregate::Kind::Average},
+                                                                              {"min", Aggregate::Kind::Min},
+                                                                              {"max", Aggregate::Kind::Max}};
     for (const auto& [word, kind] : kNames) {
         if (vbrt::equalsIgnoringCase(word, name))
             return kind;
@@ -342,8 +343,6 @@ Expr Binder::binary(const ast::Expr& e, const Context& context) {
             return makeExpr(Expr::Kind::And, ColumnType::Boolean, std::move(args));
         case Op::Or:
             return makeExpr(Expr::Kind::Or, ColumnType::Boolean, std::move(args));
-        case Op::Xor:
-            return makeExpr(Expr::Kind::Xor, ColumnType::Boolean, std::move(args));
         case Op::Like:
             return makeExpr(Expr::Kind::Like, ColumnType::Boolean, std::move(args));
         case Op::Equal:

@@ -298,6 +298,21 @@ class FoundRows {
     jet::Row m_row;
 };
 
+// The rows that a change is about, each visited in a frame.
+template <typename Visit>
+std::vector<jet::RowId> rowsOf(Query& target, Visit&& visit) {
+    std::vector<jet::RowId> ids;
+    Frame frame = frameFor(target);
+    const std::unique_ptr<jet::TableScan> rows = planTarget(target);
+    while (rows->next(frame.rows.front())) {
+        if (!allHold(target.where, frame))
+            continue;
+        visit(frame);
+        ids.push_back(rows->rowId());
+    }
+    return ids;
+}
+
 // Whether erasing a row can, by cascades, erase others of the same table.
 bool cascadesToItself(jet::Database& db, const std::string& name) {
     std::vector<std::string> reached = {name};
@@ -350,42 +365,46 @@ long run(jet::Database& db, Insertion& insertion) {
             evaluateInto(insertion.values[i], nothing, given[i]);
         found.add(given);
     }
-    jet::Transaction transaction(db);
-    for (std::size_t n = 0; n < found.size(); ++n) {
-        const jet::Row& values = found[n];
-        jet::Row row(columns.size());
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            const jet::ColumnDef& column = columns[insertion.positions[i]];
-            row[insertion.positions[i]] = convertFor(values[i], column, table.name());
+    const auto insertRows = [&] {
+        jet::Transaction transaction(db);
+        for (std::size_t n = 0; n < found.size(); ++n) {
+            const jet::Row& values = found[n];
+            jet::Row row(columns.size());
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                const jet::ColumnDef& column = columns[insertion.positions[i]];
+                row[insertion.positions[i]] = convertFor(values[i], column, table.name());
+            }
+            for (const auto& [position, expr] : insertion.defaults) {
+                Value scratch;
+                row[position] = convertFor(evaluate(expr, nothing, scratch), columns[position], table.name());
+            }
+            table.insert(row);
         }
-        for (const auto& [position, expr] : insertion.defaults) {
-            Value scratch;
-            row[position] = convertFor(evaluate(expr, nothing, scratch), columns[position], table.name());
-        }
-        table.insert(row);
+        transaction.commit();
+    };
+    try {
+        insertRows();
+    } catch (const jet::Error& e) {
+        // Else a counter that stands below numbers in use would give out the same one for ever.
+        if (e.code() != jet::Errc::Io && e.code() != jet::Errc::DiskFull && e.code() != jet::Errc::Corrupt)
+            table.keepAutoNumber();
+        throw;
     }
-    transaction.commit();
     return static_cast<long>(found.size());
 }
 
 long run(jet::Database& db, Change& change) {
     jet::Table& table = *change.table;
-    Frame frame = frameFor(change.target);
-    TableReader reader = planTarget(change.target);
-    std::vector<jet::RowId> ids;
     FoundRows found(change.positions.size());
     jet::Row values(change.positions.size());
-    while (reader.next(frame.rows.front())) {
-        if (!allHold(change.target.where, frame))
-            continue;
+    const std::vector<jet::RowId> ids = rowsOf(change.target, [&](const Frame& frame) {
         for (std::size_t i = 0; i < values.size(); ++i) {
             Value scratch;
             const jet::ColumnDef& column = table.columns()[change.positions[i]];
             values[i] = convertFor(evaluate(change.values[i], frame, scratch), column, table.name());
         }
-        ids.push_back(reader.rowId());
         found.add(values);
-    }
+    });
     jet::Transaction transaction(db);
     for (std::size_t i = 0; i < ids.size(); ++i)
         table.update(ids[i], change.positions, found[i]);
@@ -395,13 +414,7 @@ long run(jet::Database& db, Change& change) {
 
 long run(jet::Database& db, Deletion& deletion) {
     jet::Table& table = *deletion.table;
-    Frame frame = frameFor(deletion.target);
-    TableReader reader = planTarget(deletion.target);
-    std::vector<jet::RowId> ids;
-    while (reader.next(frame.rows.front())) {
-        if (allHold(deletion.target.where, frame))
-            ids.push_back(reader.rowId());
-    }
+    const std::vector<jet::RowId> ids = rowsOf(deletion.target, [](const Frame&) {});
     const bool mayBeGone = cascadesToItself(db, table.name());
     jet::Transaction transaction(db);
     for (const jet::RowId id : ids) {

@@ -94,12 +94,6 @@ Truth testBoth(const Expr& e, const Frame& frame) {
     return b == decisive || a != Truth::Unknown ? b : Truth::Unknown;
 }
 
-Truth testXor(const Expr& e, const Frame& frame) {
-    const Truth a = test(e.children[0], frame);
-    const Truth b = test(e.children[1], frame);
-    return a == Truth::Unknown || b == Truth::Unknown ? Truth::Unknown : truth(a != b);
-}
-
 bool testNull(const Expr& e, const Frame& frame) {
     Value scratch;
     return jet::isNull(evaluate(e.children[0], frame, scratch));
@@ -224,8 +218,6 @@ Truth test(const Expr& e, const Frame& frame) {
         case Expr::Kind::And:
         case Expr::Kind::Or:
             return testBoth(e, frame);
-        case Expr::Kind::Xor:
-            return testXor(e, frame);
         case Expr::Kind::Not:
             return negation(test(e.children[0], frame));
         case Expr::Kind::IsNull:

@@ -21,7 +21,6 @@ struct Expr {
         Like,
         And,
         Or,
-        Xor,
         Not,
         IsNull,
         Between,

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace jetsql {
 
@@ -132,22 +133,35 @@ std::string changedCase(std::string text, bool upper) {
     return text;
 }
 
-// Place of `part` from character `start` on, both counted from 1; 0 when it is not there.
-Value find(const std::string& text, const std::string& part, std::size_t start, bool ignoreCase) {
-    std::size_t place = start;
-    std::string_view rest = std::string_view(text).substr(bytesOf(text, start - 1));
+// The first place of `part`, which is not empty, in bytes; npos when it is not there. After Knuth, Morris and Pratt.
+std::size_t search(std::string_view text, std::string_view part) {
+    std::vector<std::size_t> begun(part.size(), 0);  // how much of the front each front of `part` ends with
+    const auto extended = [&](std::size_t length, char c) {
+        while (length > 0 && part[length] != c)
+            length = begun[length - 1];
+        return part[length] == c ? length + 1 : length;
+    };
+    for (std::size_t i = 1; i < part.size(); ++i)
+        begun[i] = extended(begun[i - 1], part[i]);
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        length = extended(length, text[i]);
+        if (length == part.size())
+            return i + 1 - length;
+    }
+    return std::string_view::npos;
+}
+
+// Place of `part` from character `start` on, both counted from 1; 0 when it is not there. In a time that grows with
+// the sum of the lengths, whatever they are made of.
+Value placeOf(std::string_view text, const std::string& part, std::size_t start) {
+    const std::string_view rest = text.substr(bytesOf(text, start - 1));
     if (rest.empty() && (start > 1 || text.empty()))
         return std::int32_t{0};
-    for (;; ++place) {
-        if (rest.size() < part.size())
-            return std::int32_t{0};
-        const std::string_view here = rest.substr(0, part.size());
-        if (here == part || (ignoreCase && changedCase(std::string(here), false) == part))
-            return static_cast<std::int32_t>(place);
-        if (rest.empty())
-            return std::int32_t{0};
-        rest.remove_prefix(characterLength(rest));
-    }
+    const std::size_t found = part.empty() ? 0 : search(rest, part);
+    if (found == std::string_view::npos)
+        return std::int32_t{0};
+    return static_cast<std::int32_t>(start + characters(rest.substr(0, found)));
 }
 
 // InStr([start,] text, part [, compare]): the start may only be left out together with `compare`.
@@ -155,10 +169,11 @@ Value inStr(Arguments a) {
     const bool started = a.size() > 2;
     const std::size_t start = started ? countArgument(a[0], 1) : 1;
     const bool ignoreCase = a.size() < 4 || toLong(a[3]) != 0;
+    std::string text = toText(a[started ? 1 : 0]);
     std::string part = toText(a[started ? 2 : 1]);
-    if (ignoreCase)
-        part = changedCase(std::move(part), false);
-    return find(toText(a[started ? 1 : 0]), part, start, ignoreCase);
+    if (!ignoreCase)
+        return placeOf(text, part, start);
+    return placeOf(changedCase(std::move(text), false), changedCase(std::move(part), false), start);
 }
 
 // --- conversions and dates

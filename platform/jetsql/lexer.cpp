@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/lexer.h"
 
+#include "jetsql/error.h"
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"
+#include "vbrt/decimal.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <limits>
 
 namespace jetsql {
 
@@ -75,60 +79,22 @@ class Lexer {
         token.text = m_sql.substr(token.begin, m_at - token.begin);
     }
 
-    void skipDigits() {
-        while (isDigit(peek()))
-            ++m_at;
-    }
-
     void readNumber(Token& token) {
-        skipDigits();
-        const bool whole = peek() != '.';
-        if (!whole) {
-            ++m_at;
-            skipDigits();
-        }
-        bool exponent = false;
-        if (vbrt::toLower(peek()) == 'e') {
-            const std::size_t sign = peek(1) == '+' || peek(1) == '-' ? 1 : 0;
-            exponent = isDigit(peek(1 + sign));
-            if (exponent) {
-                m_at += 1 + sign;
-                skipDigits();
-            }
-        }
-        token.kind = Kind::Literal;
-        const char* first = m_sql.data() + token.begin;
-        const char* last = m_sql.data() + m_at;
-        std::int32_t integer = 0;
-        if (whole && !exponent && std::from_chars(first, last, integer).ec == std::errc()) {
-            token.value = integer;
-            return;
-        }
-        double number = 0;
-        const auto result = std::from_chars(first, last, number);
-        if (result.ec == std::errc())
-            token.value = number;
-        else if (isTooSmall(first, last))
-            token.value = 0.0;
+        const auto number = vbrt::readDecimal(m_sql, m_at, vbrt::Commas::None);
+        m_at = number->end;  // a digit is there
+        token.kind = std::isinf(number->value) ? Kind::BadNumber : Kind::Literal;
+        if (number->whole && number->value <= std::numeric_limits<std::int32_t>::max())
+            token.value = static_cast<std::int32_t>(number->value);
         else
-            token.kind = Kind::BadNumber;
-    }
-
-    // from_chars says "out of range" for 1e-400 as it does for 1e400.
-    static bool isTooSmall(const char* first, const char* last) {
-        const char* e = std::find_if(first, last, [](char c) { return vbrt::toLower(c) == 'e'; });
-        return e != last && e + 1 != last && e[1] == '-';
+            token.value = number->value;
     }
 
     void readHex(Token& token) {
-        m_at += 2;
-        const std::size_t digits = m_at;
-        while (isHexDigit(peek()))
-            ++m_at;
-        std::uint32_t bits = 0;
-        const auto result = std::from_chars(m_sql.data() + digits, m_sql.data() + m_at, bits, 16);
-        token.kind = result.ec == std::errc() ? Kind::Literal : Kind::BadNumber;
-        token.value = static_cast<std::int32_t>(bits);
+        const auto number = vbrt::readRadix(m_sql.substr(m_at));
+        m_at += number->end;
+        const bool fits = number->value <= std::numeric_limits<std::uint32_t>::max() && !number->tooLarge;
+        token.kind = fits ? Kind::Literal : Kind::BadNumber;
+        token.value = static_cast<std::int32_t>(static_cast<std::uint32_t>(number->value));
     }
 
     void readString(Token& token, char quote) {
@@ -199,13 +165,71 @@ class Lexer {
 
 }  // namespace
 
-std::vector<Token> tokenize(std::string_view sql) {
+std::vector<Token> tokenize(std::string_view sql, std::size_t most) {
     std::vector<Token> tokens;
     Lexer lexer(sql);
     do {
         tokens.push_back(lexer.next());
-    } while (tokens.back().kind != Kind::End);
+    } while (tokens.back().kind != Kind::End && tokens.size() <= most);
     return tokens;
+}
+
+Script splitStatements(std::string_view text) {
+    Script script;
+    Lexer lexer(text);
+    std::size_t begin = 0;
+    bool empty = true;
+    for (;;) {
+        const Token token = lexer.next();
+        const bool end = token.kind == Kind::End;
+        if (end || (token.kind == Kind::Symbol && token.text == ";")) {
+            if (!empty)
+                script.statements.push_back(text.substr(begin, token.begin - begin));
+            if (end)
+                return script;
+            begin = token.end;
+            empty = true;
+            continue;
+        }
+        empty = false;
+        const char opening = text[token.begin];
+        const char closing = opening == '[' ? ']' : opening;
+        const bool badName =
+            token.kind == Kind::BadName && text.find(closing, token.begin + 1) == std::string_view::npos;
+        if (token.kind == Kind::BadString || badName)
+            script.open = closing;
+    }
+}
+
+TokenReader::TokenReader(std::string_view sql) : m_sql(sql), m_tokens(tokenize(sql, kMostTokens)) {
+    if (m_tokens.back().kind != Kind::End)
+        throw Error(Errc::UnsupportedSql, "more than " + std::to_string(kMostTokens) + " words and signs",
+                    m_tokens.back().begin);
+}
+
+const Token& TokenReader::peek(std::size_t ahead) const {
+    return m_tokens[std::min(m_at + ahead, m_tokens.size() - 1)];
+}
+
+bool TokenReader::isWord(std::string_view word, std::size_t ahead) const {
+    return peek(ahead).kind == Kind::Word && vbrt::equalsIgnoringCase(peek(ahead).text, word);
+}
+
+bool TokenReader::isSymbol(std::string_view symbol, std::size_t ahead) const {
+    const Token& token = peek(ahead);
+    return (token.kind == Kind::Symbol || token.kind == Kind::BadByte) && token.text == symbol;
+}
+
+bool TokenReader::acceptWord(std::string_view word) {
+    const bool found = isWord(word);
+    m_at += found ? 1 : 0;
+    return found;
+}
+
+bool TokenReader::acceptSymbol(std::string_view symbol) {
+    const bool found = isSymbol(symbol);
+    m_at += found ? 1 : 0;
+    return found;
 }
 
 }  // namespace jetsql

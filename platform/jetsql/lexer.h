@@ -34,7 +34,37 @@ struct Token {
     jet::Value value;
 };
 
-// The last token is always End.
-std::vector<Token> tokenize(std::string_view sql);
+// The last token is End, unless there are more than `most`.
+std::vector<Token> tokenize(std::string_view sql, std::size_t most = static_cast<std::size_t>(-1));
+
+// A text cut at the semicolons that stand outside quotes and brackets, without them; empty statements are left out.
+struct Script {
+    std::vector<std::string_view> statements;
+    char open = 0;  // what would close the quote or bracket that the last one leaves open, if any
+};
+Script splitStatements(std::string_view text);
+
+// Goes through the tokens of one statement; a parser adds what the tokens mean. Borrows the text.
+class TokenReader {
+ public:
+    // What is longer takes many times its size in memory before it turns out to mean nothing.
+    static constexpr std::size_t kMostTokens = 50'000;
+
+    // Throws UnsupportedSql for more tokens than that.
+    explicit TokenReader(std::string_view sql);
+
+    // End from the last token on.
+    [[nodiscard]] const Token& peek(std::size_t ahead = 0) const;
+    [[nodiscard]] bool isWord(std::string_view word, std::size_t ahead = 0) const;
+    // Also a character that means nothing in SQL, such as a brace.
+    [[nodiscard]] bool isSymbol(std::string_view symbol, std::size_t ahead = 0) const;
+    bool acceptWord(std::string_view word);
+    bool acceptSymbol(std::string_view symbol);
+
+ protected:
+    std::string_view m_sql;
+    std::vector<Token> m_tokens;
+    std::size_t m_at = 0;
+};
 
 }  // namespace jetsql

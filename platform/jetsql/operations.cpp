@@ -12,14 +12,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace jetsql {
 
 namespace {
 
 constexpr std::int64_t kCurrencyUnit = 10'000;
-constexpr double kFirstDate = -657434;  // 1/1/100
-constexpr double kPastDate = 2958466;   // the day after 12/31/9999
 
 [[noreturn]] void mismatch() {
     throw Error(Errc::TypeMismatch);
@@ -68,7 +67,7 @@ double finite(double d) {
 }
 
 jet::Date checkedDate(double serial) {
-    if (!(serial > kFirstDate - 1 && serial < kPastDate))
+    if (!vbrt::isInRange({serial}))
         overflow();
     return {serial};
 }
@@ -79,19 +78,6 @@ Value inRange(double d) {
     if (!(whole >= std::numeric_limits<T>::min() && whole <= std::numeric_limits<T>::max()))
         overflow();
     return static_cast<T>(whole);
-}
-
-std::string textOf(jet::Currency c) {
-    const auto bits = static_cast<std::uint64_t>(c.units);
-    const std::uint64_t size = c.units < 0 ? 0 - bits : bits;
-    std::string text = c.units < 0 ? "-" : "";
-    text += std::to_string(size / kCurrencyUnit);
-    if (size % kCurrencyUnit == 0)
-        return text;
-    std::string fraction = std::to_string(kCurrencyUnit + size % kCurrencyUnit);
-    fraction.front() = '.';
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    return text + fraction;
 }
 
 Value multiply(const Value& a, const Value& b) {
@@ -218,7 +204,7 @@ std::string toText(const Value& v) {
     if (isIntegerValue(v))
         return vbrt::CStr(integerOf(v));
     if (const auto* c = std::get_if<jet::Currency>(&v))
-        return textOf(*c);
+        return jet::toText(*c);
     if (const auto* f = std::get_if<float>(&v))
         return vbrt::CStr(*f);
     if (const auto* date = std::get_if<jet::Date>(&v))
@@ -466,9 +452,9 @@ bool sameCharacter(std::string_view a, std::string_view b) {
 }
 
 // Whether `c` is in the set that `pattern` begins with, such as [!a-c]; `length` gets the length of the set. Without a
-// closing bracket "[" stands for itself.
-bool inSet(std::string_view c, std::string_view pattern, std::size_t& length) {
-    const std::size_t close = pattern.find(']', 1);
+// closing bracket "[" stands for itself; `lastClose` is the last of the whole pattern, or nullptr.
+bool inSet(std::string_view c, std::string_view pattern, const char* lastClose, std::size_t& length) {
+    const std::size_t close = lastClose > pattern.data() ? pattern.find(']', 1) : std::string_view::npos;
     if (close == std::string_view::npos) {
         length = 1;
         return c == "[";
@@ -495,7 +481,7 @@ bool inSet(std::string_view c, std::string_view pattern, std::size_t& length) {
 }
 
 // Whether one character of the pattern (which is not "*") takes the first of `text`; `length` gets its length.
-bool matchesOne(std::string_view text, std::string_view pattern, std::size_t& length) {
+bool matchesOne(std::string_view text, std::string_view pattern, const char* lastClose, std::size_t& length) {
     const std::string_view c = text.substr(0, characterLength(text));
     length = characterLength(pattern);
     switch (pattern.front()) {
@@ -504,7 +490,7 @@ bool matchesOne(std::string_view text, std::string_view pattern, std::size_t& le
         case '#':
             return vbrt::isDigit(c.front());
         case '[':
-            return inSet(c, pattern, length);
+            return inSet(c, pattern, lastClose, length);
         default:
             return sameCharacter(c, pattern.substr(0, length));
     }
@@ -513,6 +499,10 @@ bool matchesOne(std::string_view text, std::string_view pattern, std::size_t& le
 }  // namespace
 
 bool like(std::string_view text, std::string_view pattern) {
+    if (pattern.size() > kMaxPattern)
+        throw Error(Errc::UnsupportedSql, "LIKE with a pattern of more than " + std::to_string(kMaxPattern) + " bytes");
+    const std::size_t close = pattern.rfind(']');
+    const char* const lastClose = close == std::string_view::npos ? nullptr : pattern.data() + close;
     std::string_view retryText;  // where the last "*" stands: it may take one character more
     std::string_view retryPattern;
     bool starred = false;
@@ -527,7 +517,7 @@ bool like(std::string_view text, std::string_view pattern) {
         if (text.empty() && pattern.empty())
             return true;
         std::size_t length = 0;
-        if (!text.empty() && !pattern.empty() && matchesOne(text, pattern, length)) {
+        if (!text.empty() && !pattern.empty() && matchesOne(text, pattern, lastClose, length)) {
             text.remove_prefix(characterLength(text));
             pattern.remove_prefix(length);
             continue;

@@ -60,7 +60,9 @@ void requireComparable(MaybeType a, MaybeType b);
 // Null.
 int compare(const Value& a, const Value& b);
 
-// * any text, ? a character, # a digit, [a-c] one of, [!a-c] none of. Ignores case.
+// The longest pattern of LIKE, in bytes: it may be compared once for each character of a text.
+inline constexpr std::size_t kMaxPattern = 4096;
+// * any text, ? a character, # a digit, [a-c] one of, [!a-c] none of. Ignores case. Throws UnsupportedSql.
 bool like(std::string_view text, std::string_view pattern);
 
 // The type that holds values of both, for the branches of IIf.

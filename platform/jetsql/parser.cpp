@@ -37,21 +37,7 @@ bool isOneOf(std::string_view word, const std::string_view (&list)[N]) {
 }
 
 // Binding strength; the higher binds tighter.
-enum Level {
-    kLowest,
-    kXor,
-    kOr,
-    kAnd,
-    kNot,
-    kCompare,
-    kConcatenate,
-    kAdd,
-    kMod,
-    kIntegerDivide,
-    kMultiply,
-    kNegate,
-    kPower
-};
+enum Level { kLowest, kOr, kAnd, kNot, kCompare, kConcatenate, kAdd, kMod, kIntegerDivide, kMultiply, kNegate, kPower };
 
 struct Infix {
     std::string_view text;
@@ -60,7 +46,6 @@ struct Infix {
 };
 
 constexpr Infix kInfixes[] = {
-    {"xor", Op::Xor, kXor},
     {"or", Op::Or, kOr},
     {"and", Op::And, kAnd},
     {"=", Op::Equal, kCompare},
@@ -80,9 +65,9 @@ constexpr Infix kInfixes[] = {
     {"^", Op::Power, kPower},
 };
 
-class Parser {
+class Parser : private TokenReader {
  public:
-    explicit Parser(std::string_view sql) : m_sql(sql), m_tokens(tokenize(sql)) {}
+    using TokenReader::TokenReader;
 
     ast::Statement statement() {
         ast::Statement result;
@@ -112,28 +97,9 @@ class Parser {
  private:
     // --- tokens
 
-    [[nodiscard]] const Token& peek(std::size_t ahead = 0) const {
-        return m_tokens[std::min(m_at + ahead, m_tokens.size() - 1)];
-    }
-    [[nodiscard]] bool isWord(std::string_view word, std::size_t ahead = 0) const {
-        return peek(ahead).kind == Kind::Word && vbrt::equalsIgnoringCase(peek(ahead).text, word);
-    }
-    [[nodiscard]] bool isSymbol(std::string_view symbol, std::size_t ahead = 0) const {
-        return peek(ahead).kind == Kind::Symbol && peek(ahead).text == symbol;
-    }
     [[nodiscard]] bool isName(std::size_t ahead = 0) const {
         const Token& t = peek(ahead);
         return t.kind == Kind::Name || (t.kind == Kind::Word && !isOneOf(t.text, kReserved));
-    }
-    bool acceptWord(std::string_view word) {
-        const bool found = isWord(word);
-        m_at += found ? 1 : 0;
-        return found;
-    }
-    bool acceptSymbol(std::string_view symbol) {
-        const bool found = isSymbol(symbol);
-        m_at += found ? 1 : 0;
-        return found;
     }
     void expectWord(std::string_view word) {
         if (!acceptWord(word))
@@ -639,9 +605,6 @@ class Parser {
             unsupported("changing a join");
     }
 
-    std::string_view m_sql;
-    std::vector<Token> m_tokens;
-    std::size_t m_at = 0;
     std::size_t m_expression = 0;  // token where the outermost expression begins
     int m_depth = 0;
     Errc m_syntax = Errc::SyntaxOther;  // what is wrong when the words of the statement are

@@ -196,9 +196,8 @@ class Planner {
         Source& source = m_query.sources[number];
         if (!source.table)
             return readQuery(number, *source.query);
-        TableReader reader = part.ids ? TableReader(*source.table, source.wanted, std::move(*part.ids))
-                                      : TableReader(*source.table, source.wanted);
-        return readTable(number, std::move(reader));
+        return readTable(number, part.ids ? source.table->scan(source.wanted, std::move(*part.ids))
+                                          : source.table->scan(source.wanted));
     }
 
     StepPtr outerJoined(const Join& join) {
@@ -315,14 +314,14 @@ StepPtr planRows(Query& query) {
     return Planner(query).rows();
 }
 
-TableReader planTarget(Query& query) {
+std::unique_ptr<jet::TableScan> planTarget(Query& query) {
     const Source& source = query.sources.front();
     Conditions conditions;
     for (const Expr& e : query.where)
         conditions.push_back(&e);
     if (auto ids = indexedRows(source, 0, conditions))
-        return {*source.table, source.wanted, std::move(*ids)};
-    return {*source.table, source.wanted};
+        return source.table->scan(source.wanted, std::move(*ids));
+    return source.table->scan(source.wanted);
 }
 
 Frame frameFor(const Query& query) {

@@ -16,7 +16,7 @@ namespace jetsql {
 StepPtr planRows(Query& query);
 
 // The rows of the one table of a query that may meet its condition; the caller tests the condition.
-TableReader planTarget(Query& query);
+std::unique_ptr<jet::TableScan> planTarget(Query& query);
 
 // A frame with room for the rows of the query.
 Frame frameFor(const Query& query);

@@ -36,7 +36,7 @@ struct Join {
 };
 
 struct Aggregate {
-    enum class Kind { Rows, Count, Sum, Average, Min, Max, First, Last };
+    enum class Kind { Rows, Count, Sum, Average, Min, Max };
 
     Kind kind = Kind::Rows;
     Expr argument;  // but for Rows: count(*)

@@ -28,12 +28,12 @@ class OneRow final : public Step {
 
 class ReadTable final : public Step {
  public:
-    ReadTable(std::size_t source, TableReader reader) : m_source(source), m_reader(std::move(reader)) {}
-    bool next(Frame& frame) override { return m_reader.next(frame.rows[m_source]); }
+    ReadTable(std::size_t source, std::unique_ptr<jet::TableScan> rows) : m_source(source), m_rows(std::move(rows)) {}
+    bool next(Frame& frame) override { return m_rows->next(frame.rows[m_source]); }
 
  private:
     std::size_t m_source;
-    TableReader m_reader;
+    std::unique_ptr<jet::TableScan> m_rows;
 };
 
 class ReadQuery final : public Step {
@@ -213,25 +213,6 @@ class HashJoin final : public Step {
 
 }  // namespace
 
-TableReader::TableReader(jet::Table& table, std::vector<std::size_t> wanted)
-    : m_table(&table), m_scan(table.scan(std::move(wanted))) {}
-
-TableReader::TableReader(jet::Table& table, std::vector<std::size_t> wanted, std::vector<jet::RowId> ids)
-    : m_table(&table), m_wanted(std::move(wanted)), m_ids(std::move(ids)) {}
-
-bool TableReader::next(jet::Row& row) {
-    if (m_scan)
-        return m_scan->next(row);
-    if (m_next == m_ids.size())
-        return false;
-    m_table->read(m_ids[m_next++], m_wanted, row);
-    return true;
-}
-
-jet::RowId TableReader::rowId() const {
-    return m_scan ? m_scan->rowId() : m_ids[m_next - 1];
-}
-
 std::vector<jet::RowId> Lookup::rows(jet::Table& table, const Frame& frame) const {
     Value scratch;
     const auto value = keyValue(evaluate(*key, frame, scratch), *column);
@@ -242,8 +223,8 @@ StepPtr oneRow() {
     return std::make_unique<OneRow>();
 }
 
-StepPtr readTable(std::size_t source, TableReader reader) {
-    return std::make_unique<ReadTable>(source, std::move(reader));
+StepPtr readTable(std::size_t source, std::unique_ptr<jet::TableScan> rows) {
+    return std::make_unique<ReadTable>(source, std::move(rows));
 }
 
 StepPtr readQuery(std::size_t source, Query& query) {

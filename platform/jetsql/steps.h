@@ -24,26 +24,6 @@ class Step {
 using StepPtr = std::unique_ptr<Step>;
 using Conditions = std::vector<const Expr*>;
 
-// The rows of one table, found by an index or a scan.
-class TableReader {
- public:
-    // All rows.
-    TableReader(jet::Table& table, std::vector<std::size_t> wanted);
-    // These rows, in this order.
-    TableReader(jet::Table& table, std::vector<std::size_t> wanted, std::vector<jet::RowId> ids);
-
-    // False at the end.
-    bool next(jet::Row& row);
-    [[nodiscard]] jet::RowId rowId() const;
-
- private:
-    jet::Table* m_table;
-    std::vector<std::size_t> m_wanted;
-    std::unique_ptr<jet::TableScan> m_scan;  // else:
-    std::vector<jet::RowId> m_ids;
-    std::size_t m_next = 0;
-};
-
 // A question to an index: the rows whose `column` equals `key`.
 struct Lookup {
     std::size_t index = 0;
@@ -63,7 +43,7 @@ struct Equality {
 
 // A row without values, once.
 StepPtr oneRow();
-StepPtr readTable(std::size_t source, TableReader reader);
+StepPtr readTable(std::size_t source, std::unique_ptr<jet::TableScan> rows);
 StepPtr readQuery(std::size_t source, Query& query);
 StepPtr filter(StepPtr input, Conditions conditions);
 // For each row of the input, the rows that the index finds.

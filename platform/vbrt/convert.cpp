@@ -3,14 +3,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <iterator>
 #include <limits>
 #include <optional>
-#include <system_error>
 
 #include "vbrt/ascii.h"
+#include "vbrt/decimal.h"
 #include "vbrt/digits.h"
 #include "vbrt/error.h"
 #include "vbrt/format.h"
@@ -19,88 +18,6 @@ namespace vbrt {
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-// A number without a sign at the front of a text. `digits` is what std::from_chars reads.
-struct Decimal {
-    std::string digits;
-    std::int64_t exponent = 0;
-    std::size_t end = 0;  // where the number ends in the text
-};
-
-std::size_t appendDigits(std::string_view text, std::size_t at, bool commas, std::string& digits) {
-    for (; at < text.size(); ++at) {
-        if (isDigit(text[at]))
-            digits += text[at];
-        else if (!commas || text[at] != ',' || digits.empty())
-            break;
-    }
-    return at;
-}
-
-// An exponent without digits is not part of the number. Nothing when there is no digit at all.
-std::optional<Decimal> scanDecimal(std::string_view text, std::size_t at, bool commas) {
-    constexpr std::int64_t kLargestExponent = 1'000'000'000;
-    Decimal number;
-    number.end = appendDigits(text, at, commas, number.digits);
-    if (number.end < text.size() && text[number.end] == '.') {
-        number.digits += '.';
-        number.end = appendDigits(text, number.end + 1, false, number.digits);
-    }
-    if (number.digits.empty() || number.digits == ".")
-        return std::nullopt;
-    if (number.end == text.size() || toLower(text[number.end]) != 'e')
-        return number;
-
-    std::size_t first = number.end + 1;
-    const bool negative = first < text.size() && text[first] == '-';
-    if (first < text.size() && (text[first] == '-' || text[first] == '+'))
-        ++first;
-    std::size_t last = first;
-    for (; last < text.size() && isDigit(text[last]); ++last)
-        number.exponent = std::min(number.exponent * 10 + (text[last] - '0'), kLargestExponent);
-    if (last == first)
-        return number;
-    if (negative)
-        number.exponent = -number.exponent;
-    number.digits += 'e';
-    number.digits += std::to_string(number.exponent);
-    number.end = last;
-    return number;
-}
-
-// Infinity when the number is too large, 0 when it is too small.
-double valueOf(const Decimal& number) {
-    const std::string& digits = number.digits;
-    double value = 0;
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (result.ec != std::errc::result_out_of_range)
-        return value;
-    const auto first = static_cast<std::int64_t>(digits.find_first_not_of("0."));
-    const auto point = static_cast<std::int64_t>(std::min(digits.find_first_of(".e"), digits.size()));
-    return point - first + number.exponent > 0 ? kInfinity : 0;
-}
-
-// "&H1F" or "&O17", as much of it as there are digits.
-struct Radix {
-    std::uint64_t value = 0;
-    std::size_t end = 0;
-    bool tooLarge = false;
-};
-
-std::optional<Radix> scanRadix(std::string_view text) {
-    if (text.size() < 3 || text[0] != '&' || (toLower(text[1]) != 'h' && toLower(text[1]) != 'o'))
-        return std::nullopt;
-    Radix number;
-    const int base = toLower(text[1]) == 'h' ? 16 : 8;
-    const auto result = std::from_chars(text.data() + 2, text.data() + text.size(), number.value, base);
-    if (result.ec == std::errc::invalid_argument)
-        return std::nullopt;
-    number.end = static_cast<std::size_t>(result.ptr - text.data());
-    number.tooLarge = result.ec == std::errc::result_out_of_range;
-    return number;
-}
-
 // The number that the whole text is, infinity when it is too large, nothing when it is none.
 std::optional<double> parseNumber(std::string_view text) {
     while (!text.empty() && isBlank(text.front()))
@@ -108,10 +25,10 @@ std::optional<double> parseNumber(std::string_view text) {
     while (!text.empty() && isBlank(text.back()))
         text.remove_suffix(1);
 
-    if (const auto number = scanRadix(text)) {
+    if (const auto number = readRadix(text)) {
         if (number->end < text.size())
             return std::nullopt;
-        return number->tooLarge ? kInfinity : static_cast<double>(number->value);
+        return number->tooLarge ? std::numeric_limits<double>::infinity() : static_cast<double>(number->value);
     }
 
     bool sign = false;
@@ -133,7 +50,7 @@ std::optional<double> parseNumber(std::string_view text) {
         }
     }
 
-    const auto number = scanDecimal(text, at, true);
+    const auto number = readDecimal(text, at, Commas::BetweenThousands);
     if (!number)
         return std::nullopt;
     bool closed = false;
@@ -150,7 +67,7 @@ std::optional<double> parseNumber(std::string_view text) {
     }
     if (open != closed)
         return std::nullopt;
-    const double value = valueOf(*number);
+    const double value = number->value;
     return negative || open ? 0 - value : value;  // 0 - 0 is not -0
 }
 
@@ -228,7 +145,7 @@ double Val(std::string_view text) {
     std::string dense;
     std::ranges::copy_if(text, std::back_inserter(dense), [](char c) { return !isBlank(c) && c != '\n' && c != '\r'; });
 
-    if (const auto number = scanRadix(dense)) {
+    if (const auto number = readRadix(dense)) {
         // Sixteen and thirty-two bits are signed: &HFFFF is -1.
         if (number->value <= std::numeric_limits<std::uint16_t>::max())
             return static_cast<std::int16_t>(number->value);
@@ -237,10 +154,10 @@ double Val(std::string_view text) {
         return static_cast<double>(number->value);
     }
     const bool sign = !dense.empty() && (dense[0] == '-' || dense[0] == '+');
-    const auto number = scanDecimal(dense, sign ? 1 : 0, false);
+    const auto number = readDecimal(dense, sign ? 1 : 0, Commas::None);
     if (!number)
         return 0;
-    const double value = std::min(valueOf(*number), std::numeric_limits<double>::max());
+    const double value = std::min(number->value, std::numeric_limits<double>::max());
     return dense[0] == '-' ? 0 - value : value;
 }
 

@@ -12,8 +12,9 @@
 
 namespace vbrt {
 
-// Accepts blanks and tabs around the number, one sign in front or behind, "$", "(5)" for -5, commas among the integer
-// digits, an exponent, &H and &O. "", "-", "." and "12abc" are error 13, "1e400" is error 6, too small is 0.
+// Accepts blanks and tabs around the number, one sign in front or behind, "$", "(5)" for -5, commas between
+// thousands, an exponent, &H and &O. "", "-", ".", "12abc" and "12,50" are error 13, "1e400" is error 6, too small is
+// 0.
 double CDbl(std::string_view text);
 // Rounds halves to even; error 6 outside 32 (16) bits.
 std::int32_t CLng(double value);

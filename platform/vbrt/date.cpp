@@ -51,7 +51,7 @@ Date dateOf(Moment moment) {
     return {moment.day < 0 ? whole - fraction : whole + fraction};
 }
 
-// The arguments of DateSerial and TimeSerial are 16-bit numbers.
+// The arguments of DateSerial are 16-bit numbers.
 void require16Bits(std::initializer_list<int> arguments) {
     using Limits = std::numeric_limits<std::int16_t>;
     if (std::ranges::any_of(arguments, [](int value) { return value < Limits::min() || value > Limits::max(); }))
@@ -107,13 +107,6 @@ Date DateSerial(int year, int month, int day) {
     if (serial < kFirstDay || serial > kLastDay)
         raise(kInvalidCall);
     return {static_cast<double>(serial)};
-}
-
-Date TimeSerial(int hour, int minute, int second) {
-    require16Bits({hour, minute, second});
-    const int seconds = hour * 3600 + minute * 60 + second;
-    const int secondOfDay = (seconds % kSecondsPerDay + kSecondsPerDay) % kSecondsPerDay;
-    return dateOf({(seconds - secondOfDay) / kSecondsPerDay, secondOfDay});
 }
 
 Date Today() {

@@ -27,7 +27,6 @@ DateParts partsOf(Date date);
 // Month 13 is January of the next year, day 0 the last day of the month before, and so on. Years 0-29 are 2000-2029,
 // 30-99 are 1930-1999. Throws error 5 when the result is outside the range.
 Date DateSerial(int year, int month, int day);
-Date TimeSerial(int hour, int minute, int second);
 
 // That moment, or nothing where the calendar has no such day or the day no such second. The year is a full one.
 std::optional<Date> makeDate(int year, int month, int day, int secondOfDay = 0);

@@ -37,7 +37,7 @@ constexpr std::array kNamedPictures{
     NamedPicture{"Yes/No", Kind::Number, R"("Yes";"Yes";"No")"},
     NamedPicture{"True/False", Kind::Number, R"("True";"True";"False")"},
     NamedPicture{"On/Off", Kind::Number, R"("On";"On";"Off")"},
-    NamedPicture{"General Date", Kind::Date, "c"},
+    NamedPicture{"General Date", Kind::Date, ""},
     NamedPicture{"Long Date", Kind::Date, "dddd, mmmm d, yyyy"},
     NamedPicture{"Medium Date", Kind::Date, "dd-mmm-yy"},
     NamedPicture{"Short Date", Kind::Date, "m/d/yyyy"},
@@ -84,7 +84,7 @@ Resolved resolve(std::string_view picture) {
         }
         if (c == '0' || c == '#')
             return {Kind::Number, picture};
-        if (std::string_view("cdmyhnsqwt").find(c) != std::string_view::npos)
+        if (std::string_view("dmyhns").find(c) != std::string_view::npos)
             kind = Kind::Date;
         ++i;
     }
@@ -337,7 +337,7 @@ void appendPadded(std::string& out, int number, bool twoDigits) {
 class DateFormatter {
  public:
     DateFormatter(Date date, std::string_view picture)
-        : m_date(date), m_parts(partsOf(date)), m_picture(picture), m_twelveHours(hasMeridiem()) {}
+        : m_parts(partsOf(date)), m_picture(picture), m_twelveHours(hasMeridiem()) {}
 
     std::string run() {
         while (m_at < m_picture.size()) {
@@ -365,16 +365,12 @@ class DateFormatter {
     static std::size_t longestRun(char letter) {
         switch (toLower(letter)) {
             case 'd':
-                return 6;
-            case 't':
-                return 5;
             case 'm':
             case 'y':
                 return 4;
             case 'h':
             case 'n':
             case 's':
-            case 'w':
                 return 2;
             default:
                 return 1;
@@ -413,9 +409,6 @@ class DateFormatter {
     void appendField(char letter, std::string_view run) {
         const std::size_t length = run.size();
         switch (letter) {
-            case 'c':
-                m_out += CStr(m_date);
-                break;
             case 'd':
                 appendDay(length);
                 break;
@@ -426,10 +419,7 @@ class DateFormatter {
                     appendMonth(length);
                 break;
             case 'y':
-                if (length == 1)
-                    m_out += std::to_string(dayOfYear());
-                else
-                    appendPadded(m_out, length == 2 ? m_parts.year % 100 : m_parts.year, true);
+                appendPadded(m_out, length <= 2 ? m_parts.year % 100 : m_parts.year, true);
                 break;
             case 'h':
                 appendPadded(m_out, m_twelveHours ? (m_parts.hour + 11) % 12 + 1 : m_parts.hour, length == 2);
@@ -440,18 +430,6 @@ class DateFormatter {
             case 's':
                 appendPadded(m_out, m_parts.second, length == 2);
                 break;
-            case 'q':
-                m_out += std::to_string((m_parts.month + 2) / 3);
-                break;
-            case 'w':
-                m_out += std::to_string(length == 1 ? weekday() + 1 : weekOfYear());
-                break;
-            case 't':
-                if (length == 5) {
-                    m_out += Format(m_date, "Long Time");
-                    break;
-                }
-                [[fallthrough]];
             default:
                 m_out += run;
         }
@@ -459,13 +437,11 @@ class DateFormatter {
     }
 
     void appendDay(std::size_t length) {
-        const auto name = kDayNames[static_cast<std::size_t>(weekday())];
+        const auto name = kDayNames[weekday()];
         if (length <= 2)
             appendPadded(m_out, m_parts.day, length == 2);
-        else if (length <= 4)
-            m_out += length == 3 ? name.substr(0, 3) : name;
         else
-            m_out += Format(m_date, length == 5 ? "Short Date" : "Long Date");
+            m_out += length == 3 ? name.substr(0, 3) : name;
     }
 
     void appendMonth(std::size_t length) {
@@ -476,23 +452,12 @@ class DateFormatter {
             m_out += length == 3 ? name.substr(0, 3) : name;
     }
 
-    [[nodiscard]] std::chrono::sys_days day(int month, int dayOfMonth) const {
-        return std::chrono::year{m_parts.year} / month / dayOfMonth;
-    }
     // 0 is Sunday.
-    [[nodiscard]] int weekday() const {
-        return static_cast<int>(std::chrono::weekday{day(m_parts.month, m_parts.day)}.c_encoding());
-    }
-    [[nodiscard]] int dayOfYear() const {
-        return static_cast<int>((day(m_parts.month, m_parts.day) - day(1, 1)).count()) + 1;
-    }
-    // Weeks begin on Sunday; the first one is that of January 1.
-    [[nodiscard]] int weekOfYear() const {
-        const auto firstWeekday = static_cast<int>(std::chrono::weekday{day(1, 1)}.c_encoding());
-        return (dayOfYear() - 1 + firstWeekday) / 7 + 1;
+    [[nodiscard]] std::size_t weekday() const {
+        const std::chrono::sys_days day = std::chrono::year{m_parts.year} / m_parts.month / m_parts.day;
+        return std::chrono::weekday{day}.c_encoding();
     }
 
-    Date m_date;
     DateParts m_parts;
     std::string_view m_picture;
     bool m_twelveHours;
@@ -506,7 +471,7 @@ class DateFormatter {
 std::string Format(double value, std::string_view picture) {
     const Resolved resolved = resolve(picture);
     if (resolved.picture.empty())
-        return CStr(value);
+        return resolved.kind == Kind::Date ? CStr(Date{value}) : CStr(value);
     if (resolved.kind == Kind::Date)
         return DateFormatter({value}, resolved.picture).run();
     return formatNumber(value, resolved.picture);

@@ -5,12 +5,11 @@
 // `using namespace vbrt::qt;` and then CStr(amount) or Format(date, "mm/dd/yyyy"). Don't mix that with
 // `using namespace vbrt;`. This header is the one place of this layer that knows Qt; whoever includes it links Qt Core.
 //
-// A QDate has no time: dates with one travel as QDateTime (local time) or vbrt::Date. A null QDate is Null, error 94.
+// A QDate has no time: dates with one travel as vbrt::Date. A null QDate is Null, error 94.
 #pragma once
 
 #include <QAnyStringView>
 #include <QDate>
-#include <QDateTime>
 #include <QString>
 #include <QVariant>
 #include <concepts>
@@ -56,10 +55,6 @@ inline QDate toQDate(Date date) {
     const DateParts parts = partsOf(date);
     return {parts.year, parts.month, parts.day};
 }
-inline QDateTime toQDateTime(Date date) {
-    const DateParts parts = partsOf(date);
-    return {toQDate(date), QTime(parts.hour, parts.minute, parts.second)};
-}
 inline Date toDate(QDate date) {
     if (!date.isValid())
         raise(kInvalidNull);
@@ -68,12 +63,6 @@ inline Date toDate(QDate date) {
         raise(kOverflow);
     return serial;
 }
-inline Date toDate(const QDateTime& moment) {
-    const QDate date = moment.date();
-    toDate(date);  // throws for what is no date here
-    return *makeDate(date.year(), date.month(), date.day(), QTime(0, 0).secsTo(moment.time()));
-}
-
 inline QDate Today() {
     return toQDate(vbrt::Today());
 }
@@ -97,15 +86,6 @@ inline std::int32_t CLng(double value) {
 }
 inline std::int16_t CInt(double value) {
     return vbrt::CInt(value);
-}
-inline bool IsNumeric(QAnyStringView text) {
-    return vbrt::IsNumeric(utf8(text));
-}
-inline double Val(QAnyStringView text) {
-    return vbrt::Val(utf8(text));
-}
-inline bool IsDate(QAnyStringView text) {
-    return vbrt::IsDate(utf8(text));
 }
 inline double Round(double value, int digits = 0) {
     return vbrt::Round(value, digits);
@@ -150,8 +130,6 @@ inline QString Format(const std::same_as<QVariant> auto& field, QAnyStringView p
             return Format(field.toString(), picture);
         case QMetaType::QDate:
             return Format(field.toDate(), picture);
-        case QMetaType::QDateTime:
-            return toQString(vbrt::Format(toDate(field.toDateTime()), utf8(picture)));
         default:
             return Format(field.toDouble(), picture);
     }

@@ -72,6 +72,27 @@ class tst_lexer : public QObject {
             QVERIFY(std::holds_alternative<double>(tokens[i].value));
     }
 
+    void scripts_data() {
+        addColumns<QByteArray, QByteArray, QByteArray>("text", "statements", "open");
+        addRow("one", QByteArray("a b"), QByteArray("<a b>"), QByteArray());
+        addRow("empty ones", QByteArray(" ;; a;\n;"), QByteArray("< a>"), QByteArray());
+        addRow("quoted", QByteArray("';' \"a;\" [;] `;`;b"), QByteArray("<';' \"a;\" [;] `;`><b>"), QByteArray());
+        addRow("open text", QByteArray("a; 'b;c''"), QByteArray("<a>< 'b;c''>"), QByteArray("'"));
+        addRow("open name", QByteArray("[] a; [b;c"), QByteArray("<[] a>< [b;c>"), QByteArray("]"));
+        addRow("a date never closed", QByteArray("#1; 'b"), QByteArray("<#1; 'b>"), QByteArray());
+    }
+    void scripts() {
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, open);
+        const std::string sql = text.toStdString();
+        const jetsql::Script script = jetsql::splitStatements(sql);
+        std::string marked;
+        for (const std::string_view statement : script.statements)
+            marked += "<" + std::string(statement) + ">";
+        QTEST(QByteArray::fromStdString(marked), "statements");
+        QCOMPARE(script.open, open.isEmpty() ? char{0} : open[0]);
+    }
+
     void offsets() {
         const std::string_view sql = "ab  'c''d' [e]#";
         std::string marked;

@@ -215,7 +215,7 @@ class Generator {
         }
         const Both a = condition(from, depth + 1);
         const Both b = condition(from, depth + 1);
-        return chance(25) ? Both("(not ") + a + ")" : "(" + a + oneOf({" and ", " or ", {" xor ", " <> "}}) + b + ")";
+        return chance(25) ? Both("(not ") + a + ")" : "(" + a + oneOf({" and ", " or "}) + b + ")";
     }
 
     Both select() {

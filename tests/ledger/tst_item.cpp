@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QPlainTextEdit>
 #include <QTest>
@@ -188,6 +189,8 @@ void tst_item::refused_data() {
     QTest::newRow("a lone point") << "."
                                   << "x" << 13L;
     QTest::newRow("too large a number") << QString(400, '9') << "x" << 6L;
+    QTest::newRow("a comma for a decimal point") << "12,50"
+                                                 << "x" << 13L;
 }
 
 void tst_item::refused() {
@@ -200,7 +203,9 @@ void tst_item::refused() {
     program.inDialog("mnuItemAdd", [&](QDialog* dialog) {
         click(dialog, "chkDeposit");
         type(dialog, "txtPayee", payee);
-        type(dialog, "txtAmount", amount);
+        QGuiApplication::clipboard()->setText(amount);  // pasted: a comma that is typed is reported at once
+        line(dialog, "txtAmount")->selectAll();
+        QTest::keyClick(line(dialog, "txtAmount"), Qt::Key_V, Qt::ControlModifier);
         dialog->findChild<QPlainTextEdit*>("txtComment")->setPlainText("typed");
         click(dialog, "cmdOk");
         QVERIFY(dialog->isVisible());

@@ -26,12 +26,13 @@ class tst_convert : public QObject {
                 QTest::addRow("'%s'", text) << QByteArray(text) << number;
         };
         rows(Case(" 0 ", 0), Case("\t12", 12), Case("12 \t", 12), Case("01", 1), Case("1,000", 1000),
-             Case("1,234,567.89", 1234567.89), Case("$11", 11), Case("$1,234.50", 1234.5), Case("(5)", -5),
-             Case("(5.00)", -5), Case("($12.50)", -12.5), Case("-$12.50", -12.5), Case("$-12.50", -12.5),
-             Case("5-", -5), Case("5 -", -5), Case("+5", 5), Case("+ 0", 0), Case(" + 0", 0), Case("- 7", -7),
-             Case("-0", 0), Case("1.", 1), Case(".5", 0.5), Case("-0.51", -0.51), Case("1e3", 1000), Case("1E+01", 10),
-             Case("1e-1", 0.1), Case("1.5e20", 1.5e20), Case("1e-94938484", 0), Case("-1e-400", 0),
-             Case("0e99999999999999999999", 0), Case("0.00000000000000000000001e320", 1e297),
+             Case("12,345", 12345), Case("1,234,567.89", 1234567.89), Case("1,234e2", 123400), Case("$11", 11),
+             Case("$1,234.50", 1234.5), Case("(5)", -5), Case("(5.00)", -5), Case("($12.50)", -12.5),
+             Case("-$12.50", -12.5), Case("$-12.50", -12.5), Case("5-", -5), Case("5 -", -5), Case("+5", 5),
+             Case("+ 0", 0), Case(" + 0", 0), Case("- 7", -7), Case("-0", 0), Case("1.", 1), Case(".5", 0.5),
+             Case("-0.51", -0.51), Case("1e3", 1000), Case("1E+01", 10), Case("1e-1", 0.1), Case("1.5e20", 1.5e20),
+             Case("1e-94938484", 0), Case("-1e-400", 0), Case("0e99999999999999999999", 0),
+             Case("0.00000000000000000000001e320", 1e297),
              Case("1.7976931348623157e308", std::numeric_limits<double>::max()), Case("5e-324", 5e-324),
              Case("123456789012345678901234567890", 123456789012345678901234567890.0), Case("&H10", 16),
              Case("&hff", 255), Case("&O17", 15));
@@ -50,6 +51,10 @@ class tst_convert : public QObject {
              {"",      " ",  "-",    ".",    "$",  "()",       "(",        "abc",      "12abc", "--5", "-5-", "+-5",
               "1.2.3", "5%", "1 2",  "(-5)", "(5", "5)",       "((5))",    "$$5",      "1e",    "1e+", "e5",  ",5",
               "1.5,0", "&H", "&HG1", "&O8",  "- ", "1/2/2026", "\xc2\xbd", "\xff\xfe", "5\n6",  "inf", "nan", "0x10"})
+            QTest::addRow("'%s'", text) << QByteArray(text) << 13;
+        // Commas that do not separate thousands: half of them are meant for a decimal point.
+        for (const char* text :
+             {"12,50", "1,2,3", "1,23.4", "1,2345", "1234,567", "1,234,56", "1,234,", "1,,234", "$12,5-"})
             QTest::addRow("'%s'", text) << QByteArray(text) << 13;
         addRow("line feed", QByteArray("5\n6"), 13);
         addRow("zero byte behind", QByteArray("5\0", 2), 13);
@@ -254,8 +259,6 @@ class tst_convert : public QObject {
         QCOMPARE(CStr(QDate(100, 1, 1)), "1/1/100");
         QCOMPARE(errorOf([] { CStr(QDate()); }), 94L);
         QCOMPARE(errorOf([] { CStr(QDate(99, 12, 31)); }), 6L);
-        const QDateTime moment(QDate(1850, 2, 28), QTime(6, 0));
-        QCOMPARE(toQDateTime(vbrt::qt::toDate(moment)), moment);
         setToday(QDate(2026, 1, 2));
         QCOMPARE(Today(), QDate(2026, 1, 2));
         setToday(QDate());
@@ -276,7 +279,6 @@ class tst_convert : public QObject {
         QCOMPARE(Format(QVariant("Rent"), ""), "Rent");
         QCOMPARE(Format(QVariant(QDate(2026, 1, 2)), "mm/dd/yyyy"), "01/02/2026");
         QCOMPARE(Format(QVariant::fromValue(vbrt::Date{46024}), "mm/dd/yyyy"), "01/02/2026");
-        QCOMPARE(Format(QVariant(QDateTime(QDate(2026, 1, 2), QTime(13, 5))), ""), "1/2/2026 1:05:00 PM");
     }
 };
 

@@ -66,15 +66,13 @@ class tst_format : public QObject {
                 QTest::addRow("%s", picture) << QString(picture) << QString(shown);
         };
         rows(Case("mm/dd/yyyy", "01/02/2026"), Case("MM/dd/yyyy", "01/02/2026"), Case("m/d/yy", "1/2/26"),
-             Case("d-mmm-yyyy", "2-Jan-2026"), Case("dddd, mmmm d", "Friday, January 2"),
-             Case("ddd y q w ww", "Fri 2 1 6 1"), Case("hh:mm:ss", "15:04:05"), Case("h:mm AM/PM", "3:04 PM"),
-             Case("hh:nn am/pm", "03:04 pm"), Case("h A/P", "3 P"), Case("h mmm", "15 Jan"),
-             Case("mm hh mm", "01 15 04"), Case("\"d\"d \\m m", "d2 m 1"), Case("ttttt", "3:04:05 PM"),
-             Case("dddddd / ddddd", "Friday, January 2, 2026 / 1/2/2026"), Case("c", "1/2/2026 3:04:05 PM"),
-             Case("", "1/2/2026 3:04:05 PM"), Case("General Date", "1/2/2026 3:04:05 PM"),
-             Case("Short Date", "1/2/2026"), Case("Long Date", "Friday, January 2, 2026"),
-             Case("Medium Date", "02-Jan-26"), Case("Long Time", "3:04:05 PM"), Case("Medium Time", "03:04 PM"),
-             Case("Short Time", "15:04"));
+             Case("d-mmm-yyyy", "2-Jan-2026"), Case("dddd, mmmm d", "Friday, January 2"), Case("ddd yy", "Fri 26"),
+             Case("hh:mm:ss", "15:04:05"), Case("h:mm AM/PM", "3:04 PM"), Case("hh:nn am/pm", "03:04 pm"),
+             Case("h A/P", "3 P"), Case("h mmm", "15 Jan"), Case("mm hh mm", "01 15 04"),
+             Case("\"d\"d \\m m", "d2 m 1"), Case("", "1/2/2026 3:04:05 PM"),
+             Case("General Date", "1/2/2026 3:04:05 PM"), Case("Short Date", "1/2/2026"),
+             Case("Long Date", "Friday, January 2, 2026"), Case("Medium Date", "02-Jan-26"),
+             Case("Long Time", "3:04:05 PM"), Case("Medium Time", "03:04 PM"), Case("Short Time", "15:04"));
     }
     void dates() {
         QFETCH(QString, picture);
@@ -103,7 +101,7 @@ class tst_format : public QObject {
     void datesByNumberPictures() {
         QCOMPARE(vbrt::Format(vbrt::Date{46024.5}, "0.0"), "46024.5");
         QCOMPARE(vbrt::Format(46024, "mm/dd/yyyy"), "01/02/2026");
-        QCOMPARE(vbrt::Format(46026, "ddd ww"), "Sun 2");
+        QCOMPARE(vbrt::Format(46026, "ddd d"), "Sun 4");
         QCOMPARE(errorOf([] { vbrt::Format(99999999, "mm/dd/yyyy"); }), 6L);
     }
 };

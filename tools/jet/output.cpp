@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "jet/error.h"
+#include "vbrt/date.h"
 
 namespace {
 
@@ -33,54 +34,24 @@ void appendHex(jet::ByteView bytes, std::string& out) {
     }
 }
 
-void appendMoney(jet::Currency money, std::string& out) {
-    const bool negative = money.units < 0;
-    // Unsigned, so that the smallest number has an opposite.
-    const std::uint64_t units =
-        negative ? 0 - static_cast<std::uint64_t>(money.units) : static_cast<std::uint64_t>(money.units);
-    if (negative)
-        out += '-';
-    appendNumber(units / 10000, out);
-    if (const auto fraction = static_cast<std::int64_t>(units % 10000); fraction != 0) {
-        out += '.';
-        appendPadded(fraction, 4, out);
-        out.erase(out.find_last_not_of('0') + 1);
-    }
-}
-
-// The calendar day of a number of days since 1970-01-01, counted in eras of 400 years that begin on March 1.
-void appendDay(std::int64_t days, std::string& out) {
-    days += 719468;  // to 0000-03-01
-    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const std::int64_t dayOfEra = days - era * 146097;
-    const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
-    const std::int64_t day = dayOfYear - (153 * monthFromMarch + 2) / 5 + 1;
-    const std::int64_t month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
-    appendPadded(yearOfEra + era * 400 + (month <= 2 ? 1 : 0), 4, out);
-    out += '-';
-    appendPadded(month, 2, out);
-    out += '-';
-    appendPadded(day, 2, out);
-}
-
 // False, and nothing written, for a number that is no date between the years 100 and 9999.
 bool appendDate(jet::Date date, std::string& out) {
-    constexpr double kFirst = -657434;
-    constexpr double kEnd = 2958466;
-    constexpr std::int64_t kDaysTo1970 = 25569;
     constexpr std::int64_t kDay = 86400000;  // milliseconds
-    if (!(date.serial > kFirst - 1 && date.serial < kEnd))
+    if (!vbrt::isInRange({date.serial}))
         return false;
-    auto days = static_cast<std::int64_t>(date.serial);
+    double days = std::trunc(date.serial);
     // The time of day counts forward on negative days too.
-    auto time = static_cast<std::int64_t>(std::llround(std::fabs(date.serial - static_cast<double>(days)) * kDay));
+    auto time = static_cast<std::int64_t>(std::llround(std::fabs(date.serial - days) * kDay));
     if (time == kDay) {
         time = 0;
         ++days;
     }
-    appendDay(days - kDaysTo1970, out);
+    const vbrt::DateParts day = vbrt::partsOf({days});
+    appendPadded(day.year, 4, out);
+    out += '-';
+    appendPadded(day.month, 2, out);
+    out += '-';
+    appendPadded(day.day, 2, out);
     if (time == 0)
         return true;
     out += 'T';
@@ -152,7 +123,7 @@ struct Writer {
     void operator()(std::uint8_t v) const { appendNumber(v, out); }
     void operator()(std::int16_t v) const { appendNumber(v, out); }
     void operator()(std::int32_t v) const { appendNumber(v, out); }
-    void operator()(jet::Currency v) const { appendMoney(v, out); }
+    void operator()(jet::Currency v) const { out += jet::toText(v); }
     void operator()(float v) const { real(v); }
     void operator()(double v) const { real(v); }
     void operator()(jet::Date v) const {

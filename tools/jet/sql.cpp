@@ -1,45 +1,36 @@
 // SPDX-License-Identifier: MIT
 #include <iostream>
-#include <optional>
+#include <string>
+#include <string_view>
 
 #include "commands.h"
+#include "jetsql/lexer.h"
 #include "jetsql/statement.h"
 #include "output.h"
 
 namespace {
 
-// Cuts a stream into statements. Each ends with its line or with a semicolon, unless a quote or bracket is open.
-class Statements {
- public:
-    explicit Statements(std::istream& in) : m_in(in) {}
-
-    // Nothing at the end of the stream. Empty statements are passed over.
-    std::optional<std::string> next() {
-        std::string statement;
-        char open = 0;  // the character that ends what is open
-        for (char c = 0; m_in.get(c);) {
-            if (open == 0 && (c == '\n' || c == ';')) {
-                if (!isBlank(statement))
-                    return statement;
-                statement.clear();
-                continue;
-            }
-            statement += c;
-            if (open != 0)
-                open = c == open ? char{0} : open;
-            else if (c == '\'' || c == '"')
-                open = c;
-            else if (c == '[')
-                open = ']';
-        }
-        return isBlank(statement) ? std::nullopt : std::optional(statement);
+// Runs the statements of a stream. Each ends with its line or with a semicolon, unless a quote or bracket is open.
+template <typename Run>
+void runStatements(std::istream& in, Run&& run) {
+    std::string text;
+    std::string line;
+    char open = 0;  // what closes the text so far
+    while (std::getline(in, line)) {
+        text += (text.empty() ? "" : "\n") + line;
+        if (open != 0 && line.find(open) == std::string::npos)
+            continue;
+        const jetsql::Script script = jetsql::splitStatements(text);
+        open = script.open;
+        if (open != 0)
+            continue;
+        for (const std::string_view statement : script.statements)
+            run(statement);
+        text.clear();
     }
-
- private:
-    std::istream& m_in;
-
-    static bool isBlank(const std::string& text) { return text.find_first_not_of(" \t\r") == std::string::npos; }
-};
+    for (const std::string_view statement : jetsql::splitStatements(text).statements)
+        run(statement);
+}
 
 void printJson(jetsql::Rows& rows, Output& output) {
     std::vector<std::string> keys;
@@ -83,7 +74,7 @@ int runSql(const Arguments& arguments) {
     options.password = arguments.password;
     const auto db = jet::Database::open(arguments.names.front(), options);
     Output output;
-    const auto run = [&](const std::string& statement) {
+    const auto run = [&](std::string_view statement) {
         const jetsql::Outcome outcome = jetsql::execute(db, statement);
         if (outcome.rows == nullptr)
             output.line(std::to_string(outcome.affected) + " rows affected");
@@ -99,8 +90,6 @@ int runSql(const Arguments& arguments) {
         return 0;
     }
     std::ios::sync_with_stdio(false);
-    Statements statements(std::cin);
-    while (const auto statement = statements.next())
-        run(*statement);
+    runStatements(std::cin, run);
     return 0;
 }
