@@ -19,14 +19,21 @@ class FaultDisk::FaultFile : public File {
                 m_under->write(offset, data.first(data.size() / 2));
             throw Error(m_disk.m_plan.error, m_path);
         }
+        m_disk.needRoom(*m_under, m_path, offset + data.size());
         m_under->write(offset, data);
     }
 
-    std::uint64_t size() override { return m_under->size(); }
+    FileStatus status() override { return m_under->status(); }
 
     void truncate(std::uint64_t size) override {
         m_disk.step(m_path);
         m_under->truncate(size);
+    }
+
+    void reserve(std::uint64_t size) override {
+        m_disk.step(m_path);
+        m_disk.needRoom(*m_under, m_path, size);
+        m_under->reserve(size);
     }
 
     void flush() override {
@@ -64,6 +71,13 @@ bool FaultDisk::next(const std::string& path) {
 void FaultDisk::step(const std::string& path) {
     if (next(path))
         throw Error(m_plan.error, path);
+}
+
+void FaultDisk::needRoom(File& file, const std::string& path, std::uint64_t size) {
+    if (!m_plan.full || (!m_plan.only.empty() && path != m_plan.only) || size <= file.size())
+        return;
+    m_failed = true;
+    throw Error(Errc::DiskFull, path);
 }
 
 std::unique_ptr<File> FaultDisk::open(const std::string& path, OpenMode mode) {

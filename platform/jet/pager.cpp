@@ -84,6 +84,9 @@ class FilePager : public Pager {
     void dropUnchanged();
     Images makeImages();
     void startLog();
+    void catchUp();
+    void reserve();
+    void giveBack();
     void writeNewFile(const Images& images);
     void writeThrough(const Images& images);
     void adoptChanges();
@@ -95,8 +98,9 @@ class FilePager : public Pager {
     std::unique_ptr<File> m_file;
     Log m_log;
     Header m_header;
-    bool m_new = false;     // made by create() and without its first commit
-    bool m_behind = false;  // the file may lack pages that the log has; these are read from there
+    bool m_new = false;       // made by create() and without its first commit
+    bool m_reserved = false;  // room was taken for the pages that the open transaction adds
+    bool m_behind = false;    // the file may lack pages that the log has; these are read from there
 
     std::vector<Slot> m_slots;    // by page number
     std::vector<PageNo> m_clock;  // the pages with clean content; the hand finds one to drop
@@ -153,7 +157,8 @@ void FilePager::recover() {
     if (size < kPageSize)
         throw Error(Errc::NotADatabase, m_path);
     checkHeader();
-    if (size % kPageSize != 0)
+    const std::uint64_t end = size - size % kPageSize;
+    if (size != end && !zerosFrom(*m_file, end))
         corrupt(static_cast<PageNo>(size / kPageSize), "the file ends within a page");
     if (size / kPageSize > kMaxPages)
         corrupt(kMaxPages, "the file is larger than the format allows");
@@ -165,6 +170,8 @@ void FilePager::recover() {
         settle();
     else if (found != Log::Found::Nothing)
         m_log.setAside();
+    if (m_file->size() > end)
+        m_file->truncate(end);
     m_log.remove();
 }
 
@@ -301,16 +308,21 @@ void FilePager::commit() {
             m_header = Header::parse(m_slots[0].edited->view());
         if (!m_new && m_header.encryptionKey != oldHeader.encryptionKey)
             throw Error(Errc::UnsupportedFeature, "another encryption key");
-        if (!m_new && !m_log.started())
-            startLog();
-        images = makeImages();
-        if (m_new)
+        if (m_new) {
+            images = makeImages();
             writeNewFile(images);
-        else
+        } else {
+            catchUp();
+            reserve();
+            if (!m_log.started())
+                startLog();
+            images = makeImages();
             m_log.append(images.pages, pageCount());
+        }
     } catch (...) {
         m_header = oldHeader;
         rollback();
+        giveBack();
         throw;
     }
     // The commit is durable from here on, whatever happens to the file.
@@ -343,6 +355,33 @@ void FilePager::dropUnchanged() {
         slot.snapshot.reset();
         return true;
     });
+}
+
+// Brings into the file what earlier commits could write into the log alone. While that fails nothing more is taken on.
+void FilePager::catchUp() {
+    if (!m_behind)
+        return;
+    m_log.copyTo(*m_file);
+    m_behind = false;
+}
+
+// Takes the room that the file grows by, so that a full disk refuses the commit and not the pages of one that counts.
+void FilePager::reserve() {
+    if (pageCount() == m_committedPages)
+        return;
+    m_reserved = true;
+    m_file->reserve(std::uint64_t{pageCount()} * kPageSize);
+}
+
+// What was taken for a commit that failed. If that fails too, the file ends in zeros, which are free pages.
+void FilePager::giveBack() {
+    if (!m_reserved)
+        return;
+    m_reserved = false;
+    try {
+        m_file->truncate(std::uint64_t{m_committedPages} * kPageSize);
+    } catch (const Error&) {
+    }
 }
 
 // Marks the file as the one that the log belongs to. Records count only beside a file with this mark, so it must be
@@ -398,16 +437,12 @@ void FilePager::writeNewFile(const Images& images) {
     }
 }
 
-// Writes what the log has just taken into the file. After a failure the file is behind, and the log stands in for it
-// until a later attempt succeeds.
+// Writes what the log has just taken into the file. After a failure, which a full disk should not be the cause of, the
+// file is behind, and the log stands in for it until a later attempt succeeds.
 void FilePager::writeThrough(const Images& images) {
     try {
-        if (m_behind)
-            m_log.copyTo(*m_file);
-        else
-            for (const auto& page : images.pages)
-                m_file->write(std::uint64_t{page.number} * kPageSize, page.after->view());
-        m_behind = false;
+        for (const auto& page : images.pages)
+            m_file->write(std::uint64_t{page.number} * kPageSize, page.after->view());
     } catch (const Error&) {
         m_behind = true;
     }
@@ -422,6 +457,7 @@ void FilePager::adoptChanges() {
     m_changes.clear();
     m_committedPages = pageCount();
     m_new = false;
+    m_reserved = false;
     m_inTransaction = false;
 }
 

@@ -58,7 +58,7 @@ class Pager {
     virtual Page& edit(PageNo page) = 0;
     // Adds a zeroed page at the end of the file and returns its number. REQUIRES: inTransaction().
     virtual PageNo extend() = 0;
-    // Durable when it returns. When it throws, the transaction has been rolled back.
+    // Durable when it returns, and the file has the room for it. When it throws, the transaction has been rolled back.
     virtual void commit() = 0;
     virtual void rollback() = 0;
     // Counts rollbacks: whoever caches what it read from pages compares this number.
