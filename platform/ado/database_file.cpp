@@ -8,6 +8,7 @@
 #include "ado/data_source.h"
 #include "ado/errors.h"
 #include "ado/text.h"
+#include "jet/database.h"
 #include "jet/error.h"
 #include "jet/file.h"
 
@@ -86,6 +87,17 @@ void copyBytes(const std::string& from, const std::string& to) {
     copy->flush();
 }
 
+void copyDatabaseOrBytes(const std::string& from, const std::string& to) {
+    try {
+        jet::copyDatabase(from, to);
+    } catch (const jet::Error& e) {
+        using enum jet::Errc;
+        if (e.code() != NotADatabase && e.code() != UnsupportedVersion && e.code() != Corrupt)
+            throw;
+        copyBytes(from, to);
+    }
+}
+
 // Puts a finished file in its place. The log of the file that was there goes last: until then it still belongs to it.
 void moveIntoPlace(const std::string& from, const std::string& to) {
     const QString target = fromUtf8(to);
@@ -96,10 +108,11 @@ void moveIntoPlace(const std::string& from, const std::string& to) {
     removeLog(to);
 }
 
-void copyIntoPlace(const std::string& from, const std::string& to) {
+template <class Copy>
+void copyIntoPlace(Copy&& copy, const std::string& from, const std::string& to) {
     const std::string part = to + "-new";
     try {
-        copyBytes(from, part);
+        copy(from, part);
         moveIntoPlace(part, to);
     } catch (...) {
         jet::realDisk().remove(part);
@@ -157,7 +170,7 @@ void replaceDatabaseFile(const QString& from, const QString& to) {
         try {
             moveIntoPlace(source, target);
         } catch (const jet::Error&) {
-            copyIntoPlace(source, target);  // on another file system
+            copyIntoPlace(copyBytes, source, target);  // on another file system
             jet::realDisk().remove(source);
         }
         jet::realDisk().flushFolder(source);
@@ -168,10 +181,8 @@ void copyDatabaseFile(const QString& from, const QString& to) {
     fileOperation([&] {
         const std::string source = nativePath(from);
         const std::string target = resolved(to);
-        if (!QFileInfo(from).isFile())
-            vbrt::raise(vbrt::kFileNotFound);
         checkReplaceable(target, vbrt::kPermissionDenied);
-        copyIntoPlace(source, target);
+        copyIntoPlace(copyDatabaseOrBytes, source, target);
     });
 }
 

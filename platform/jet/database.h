@@ -113,6 +113,11 @@ class Database : public std::enable_shared_from_this<Database> {
     Database() = default;
 };
 
+// Writes a copy of a database as it is after the last commit, whether it is open in this process or not, with what a
+// log beside it has. The copy is flushed, and gone again after an error. Throws what Database::open throws for `from`,
+// but takes no password. REQUIRES: nobody uses `to`.
+void copyDatabase(const std::string& from, const std::string& to, Disk* disk = nullptr);
+
 // One statement's changes: all of them durable after commit(), none of them otherwise.
 class Transaction {
  public:

@@ -17,6 +17,7 @@ namespace {
 constexpr PageNo kMaxPages = 0x80000;  // 1 GB, where the original engine ends
 constexpr PageNo kReadAhead = 32;
 constexpr std::uint64_t kLogLimit = 4096 * 1024;  // a longer log is emptied
+constexpr std::size_t kCopyBlock = 512 * kPageSize;
 
 const Page kZeroPage;
 
@@ -53,6 +54,7 @@ class FilePager : public Pager {
     void commit() override;
     void rollback() override;
     std::uint64_t rollbacks() const override { return m_rollbacks; }
+    void copyTo(Disk& disk, const std::string& path) override;
     void close() override;
 
  private:
@@ -74,6 +76,9 @@ class FilePager : public Pager {
 
     void lockOrFail();
     void recover();
+    void keepReplaced();
+    void writeCopy(File& copy);
+    void readCommitted(PageNo page, Page& image);
     void checkHeader();
 
     void readStored(PageNo first, std::span<std::uint8_t> out);
@@ -166,13 +171,36 @@ void FilePager::recover() {
     m_slots.resize(m_committedPages);
     if (readOnly())
         return;
-    if (m_behind)
+    if (m_behind) {
+        keepReplaced();
         settle();
-    else if (found != Log::Found::Nothing)
+    } else if (found != Log::Found::Nothing) {
         m_log.setAside();
+    }
     if (m_file->size() > end)
         m_file->truncate(end);
     m_log.remove();
+}
+
+// What replaying the log would overwrite stays beside the file as `<file>.old`: it may be a copy of the open file that
+// somebody put back after the crash, which looks like a file whose last writes did not arrive. Cut short and tried
+// again, the first image is the one to keep.
+void FilePager::keepReplaced() {
+    if (!m_log.changes(*m_file))
+        return;
+    const std::string kept = m_disk.identity(m_path) + ".old";
+    Bytes token(sizeof(std::uint64_t));
+    if (m_disk.exists(kept) && m_disk.open(kept, OpenMode::Read)->read(Log::kTokenOffset, token) == token.size() &&
+        getLe<std::uint64_t>(token, 0) == m_log.token())
+        return;
+    const std::string part = kept + "-new";
+    const auto copy = m_disk.open(part, OpenMode::CreateNew);
+    Bytes block(kCopyBlock);
+    for (std::uint64_t offset = 0; const std::size_t count = m_file->read(offset, block); offset += count)
+        copy->write(offset, ByteView(block).first(count));
+    copy->flush();
+    m_disk.rename(part, kept);
+    m_disk.flushFolder(kept);
 }
 
 void FilePager::checkHeader() {
@@ -469,6 +497,46 @@ void FilePager::settle() {
     m_behind = true;
     m_file->flush();
     m_behind = false;
+}
+
+void FilePager::copyTo(Disk& disk, const std::string& path) {
+    const auto copy = disk.open(path, OpenMode::CreateNew);
+    try {
+        writeCopy(*copy);
+    } catch (...) {
+        disk.remove(path);
+        throw;
+    }
+}
+
+void FilePager::writeCopy(File& copy) {
+    copy.reserve(std::uint64_t{m_committedPages} * kPageSize);
+    Bytes block;
+    std::uint64_t offset = 0;
+    for (PageNo page = 0; page < m_committedPages; ++page) {
+        Page image;
+        readCommitted(page, image);
+        if (page == 0)
+            putLe(image.span(), Log::kTokenOffset, newToken());
+        block.insert(block.end(), image.bytes.begin(), image.bytes.end());
+        if (block.size() == kCopyBlock || page + 1 == m_committedPages) {
+            copy.write(offset, block);
+            offset += block.size();
+            block.clear();
+        }
+    }
+    copy.flush();
+}
+
+// As the file holds it. Neither fills the cache nor counts as a use.
+void FilePager::readCommitted(PageNo page, Page& image) {
+    if (!m_slots[page].clean) {
+        readStored(page, image.span());
+        return;
+    }
+    image = *m_slots[page].clean;
+    if (m_header.encryptionKey != 0 && page != 0)
+        cryptPage(image.span(), m_header.encryptionKey, page);
 }
 
 void FilePager::rollback() {

@@ -64,6 +64,10 @@ class Pager {
     // Counts rollbacks: whoever caches what it read from pages compares this number.
     [[nodiscard]] virtual std::uint64_t rollbacks() const = 0;
 
+    // Writes a file that has what the last commit left, log included, with a token of its own, so that no log is ever
+    // taken for the copy's. It is flushed; after an error it is gone again. REQUIRES: nobody uses `path`.
+    virtual void copyTo(Disk& disk, const std::string& path) = 0;
+
     // Flushes the file and removes the log. Called by the destructor too, which swallows errors: the log stays then.
     virtual void close() = 0;
 };
