@@ -55,7 +55,7 @@ std::string resolved(const QString& path) {
 
 bool isOpen(const std::string& path) {
     try {
-        return !jet::realDisk().open(path, jet::OpenMode::ReadWrite)->lock(true);
+        return !jet::defaultDisk().open(path, jet::OpenMode::ReadWrite)->lock(true);
     } catch (const jet::Error&) {
         return false;
     }
@@ -71,11 +71,11 @@ void checkReplaceable(const std::string& path, long writeProtected = vbrt::kPath
 }
 
 void removeLog(const std::string& path) {
-    jet::realDisk().remove(path + "-log");
+    jet::defaultDisk().remove(path + "-log");
 }
 
 void copyBytes(const std::string& from, const std::string& to) {
-    jet::Disk& disk = jet::realDisk();
+    jet::Disk& disk = jet::defaultDisk();
     const auto source = disk.open(from, jet::OpenMode::Read);
     const auto copy = disk.open(to, jet::OpenMode::CreateNew);
     std::vector<std::uint8_t> block(kCopyBlock);
@@ -103,8 +103,8 @@ void moveIntoPlace(const std::string& from, const std::string& to) {
     const QString target = fromUtf8(to);
     if (QFile::exists(target))
         QFile::setPermissions(fromUtf8(from), QFile::permissions(target));
-    jet::realDisk().rename(from, to);
-    jet::realDisk().flushFolder(to);
+    jet::defaultDisk().rename(from, to);
+    jet::defaultDisk().flushFolder(to);
     removeLog(to);
 }
 
@@ -115,7 +115,7 @@ void copyIntoPlace(Copy&& copy, const std::string& from, const std::string& to) 
         copy(from, part);
         moveIntoPlace(part, to);
     } catch (...) {
-        jet::realDisk().remove(part);
+        jet::defaultDisk().remove(part);
         throw;
     }
 }
@@ -128,7 +128,7 @@ bool isDatabaseOpen(const QString& path) {
 
 void writeDatabaseFile(const QString& path, const QByteArray& bytes) {
     fileOperation([&] {
-        jet::Disk& disk = jet::realDisk();
+        jet::Disk& disk = jet::defaultDisk();
         const std::string target = resolved(path);
         const bool isNew = !disk.exists(target);
         checkReplaceable(target);
@@ -153,9 +153,9 @@ void deleteDatabaseFile(const QString& path) {
         if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
             vbrt::raise(vbrt::kFileNotFound);
         checkReplaceable(target);
-        jet::realDisk().remove(target);
+        jet::defaultDisk().remove(target);
         removeLog(target);
-        jet::realDisk().flushFolder(target);
+        jet::defaultDisk().flushFolder(target);
     });
 }
 
@@ -171,9 +171,9 @@ void replaceDatabaseFile(const QString& from, const QString& to) {
             moveIntoPlace(source, target);
         } catch (const jet::Error&) {
             copyIntoPlace(copyBytes, source, target);  // on another file system
-            jet::realDisk().remove(source);
+            jet::defaultDisk().remove(source);
         }
-        jet::realDisk().flushFolder(source);
+        jet::defaultDisk().flushFolder(source);
     });
 }
 

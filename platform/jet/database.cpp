@@ -73,7 +73,7 @@ std::shared_ptr<DatabaseImpl> findOpen(Disk& disk, const std::string& path) {
 }  // namespace
 
 void copyDatabase(const std::string& from, const std::string& to, Disk* disk) {
-    Disk& on = disk != nullptr ? *disk : realDisk();
+    Disk& on = disk != nullptr ? *disk : defaultDisk();
     if (const auto open = findOpen(on, from))
         open->pager().copyTo(on, to);
     else
@@ -81,7 +81,7 @@ void copyDatabase(const std::string& from, const std::string& to, Disk* disk) {
 }
 
 std::shared_ptr<Database> Database::open(const std::string& path, const OpenOptions& options) {
-    Disk& disk = options.disk != nullptr ? *options.disk : realDisk();
+    Disk& disk = options.disk != nullptr ? *options.disk : defaultDisk();
     const std::pair key(&disk, disk.identity(path));
     std::shared_ptr<DatabaseImpl> db = findOpen(disk, path);
     if (!db) {

@@ -80,5 +80,9 @@ class Disk {
 
 // The real disk of this system; lives as long as the process. Paths are UTF-8.
 Disk& realDisk();
+// Where files are when nothing else is said: the real disk, unless a test has put another in its place (nullptr takes
+// it away again).
+Disk& defaultDisk();
+void setDefaultDisk(Disk* disk);
 
 }  // namespace jet

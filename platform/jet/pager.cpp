@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstring>
 #include <deque>
+#include <optional>
 #include <random>
 
 #include "jet/bytes.h"
@@ -44,6 +45,7 @@ class FilePager : public Pager {
 
     const std::string& path() const override { return m_path; }
     bool readOnly() const override { return m_options.readOnly; }
+    bool unrepaired() const override { return m_unrepaired; }
     const Header& header() const override { return m_header; }
     PageNo pageCount() const override { return static_cast<PageNo>(m_slots.size()); }
     PageRef read(PageNo page) override;
@@ -76,7 +78,13 @@ class FilePager : public Pager {
 
     void lockOrFail();
     void recover();
+    void repair(Log::Found found, std::uint64_t size);
     void keepReplaced();
+    void dropLog();
+    void checkOurs();
+    void finish();
+    void rescue();
+    [[nodiscard]] std::string rescuePath() const;
     void writeCopy(File& copy);
     void readCommitted(PageNo page, Page& image);
     void checkHeader();
@@ -88,6 +96,7 @@ class FilePager : public Pager {
 
     void dropUnchanged();
     Images makeImages();
+    void readAllOnce();
     void startLog();
     void catchUp();
     void reserve();
@@ -101,11 +110,17 @@ class FilePager : public Pager {
     std::string m_path;
     Options m_options;
     std::unique_ptr<File> m_file;
+    FileStatus m_opened;                   // which file it is
+    std::optional<std::uint64_t> m_token;  // in page 0 of the file; unknown while it is being changed
+    std::optional<std::uint64_t> m_size;   // of the file; unknown after a failure
     Log m_log;
     Header m_header;
-    bool m_new = false;       // made by create() and without its first commit
-    bool m_reserved = false;  // room was taken for the pages that the open transaction adds
-    bool m_behind = false;    // the file may lack pages that the log has; these are read from there
+    bool m_unrepaired = false;
+    bool m_overwritten = false;  // another program wrote into the file, so that nothing is read from it any more
+    bool m_changed = false;      // something was committed into the open file
+    bool m_new = false;          // made by create() and without its first commit
+    bool m_reserved = false;     // room was taken for the pages that the open transaction adds
+    bool m_behind = false;       // the file may lack pages that the log has; these are read from there
 
     std::vector<Slot> m_slots;    // by page number
     std::vector<PageNo> m_clock;  // the pages with clean content; the hand finds one to drop
@@ -132,6 +147,7 @@ void FilePager::openExisting() {
         m_file = m_disk.open(m_path, OpenMode::Read);
     lockOrFail();
     try {
+        m_opened = m_file->status();
         recover();
     } catch (...) {
         m_file.reset();  // close() shall not take the log away
@@ -144,6 +160,7 @@ void FilePager::createNew() {
     lockOrFail();
     m_disk.remove(logPath(m_disk.identity(m_path)));
     m_file->truncate(0);
+    m_opened = m_file->status();
     m_new = true;
 }
 
@@ -169,17 +186,42 @@ void FilePager::recover() {
         corrupt(kMaxPages, "the file is larger than the format allows");
     m_committedPages = static_cast<PageNo>(size / kPageSize);
     m_slots.resize(m_committedPages);
-    if (readOnly())
+    Page page0;
+    readStored(0, page0.span());
+    m_token = getLe<std::uint64_t>(page0.view(), Log::kTokenOffset);
+    if (!readOnly())
+        repair(found, end);
+    m_unrepaired = m_behind || m_unrepaired;
+    m_size = m_file->size();
+}
+
+// Makes the file hold all that it and its log together hold. Where that cannot be done now, everything is read, but
+// nothing is changed.
+void FilePager::repair(Log::Found found, std::uint64_t size) {
+    const bool replays = m_behind;
+    try {
+        if (replays) {
+            keepReplaced();
+            settle();
+        } else if (found != Log::Found::Nothing) {
+            m_log.setAside();
+        }
+        if (m_file->size() > size)
+            m_file->truncate(size);
+    } catch (const Error&) {
+        m_behind = replays;
+        m_unrepaired = m_options.readOnly = true;
         return;
-    if (m_behind) {
-        keepReplaced();
-        settle();
-    } else if (found != Log::Found::Nothing) {
-        m_log.setAside();
     }
-    if (m_file->size() > end)
-        m_file->truncate(end);
-    m_log.remove();
+    dropLog();
+}
+
+// A log that stays although the file holds everything does no harm: replaying it would change nothing.
+void FilePager::dropLog() {
+    try {
+        m_log.remove();
+    } catch (const Error&) {
+    }
 }
 
 // What replaying the log would overwrite stays beside the file as `<file>.old`: it may be a copy of the open file that
@@ -239,10 +281,12 @@ std::shared_ptr<Page> FilePager::committed(PageNo page) {
 
 // Reads pages as they are stored. More than one only while the file is not behind.
 void FilePager::readStored(PageNo first, std::span<std::uint8_t> out) {
-    if (m_behind && m_log.contains(first)) {
+    if ((m_behind || m_overwritten) && m_log.contains(first)) {
         Page image;
         m_log.read(first, image);
         std::copy(image.bytes.begin(), image.bytes.end(), out.begin());
+    } else if (m_overwritten) {
+        throw Error(Errc::Displaced, m_path);
     } else if (m_file->read(std::uint64_t{first} * kPageSize, out) < out.size()) {
         throw Error(Errc::Io, m_path, {}, first);
     }
@@ -252,7 +296,8 @@ void FilePager::readStored(PageNo first, std::span<std::uint8_t> out) {
 std::shared_ptr<Page> FilePager::load(PageNo page) {
     const bool onward = page >= m_readEnd && page - m_readEnd < kReadAhead;
     const auto room = static_cast<PageNo>(std::max<std::size_t>(m_options.cachePages / 4, 1));
-    const PageNo count = m_behind ? 1 : std::min({onward ? kReadAhead : 4, room, m_committedPages - page});
+    const PageNo count =
+        m_behind || m_overwritten ? 1 : std::min({onward ? kReadAhead : 4, room, m_committedPages - page});
     Bytes block(count * kPageSize);
     readStored(page, block);
     m_readEnd = page + count;
@@ -340,6 +385,7 @@ void FilePager::commit() {
             images = makeImages();
             writeNewFile(images);
         } else {
+            checkOurs();
             catchUp();
             reserve();
             if (!m_log.started())
@@ -389,6 +435,7 @@ void FilePager::dropUnchanged() {
 void FilePager::catchUp() {
     if (!m_behind)
         return;
+    m_size.reset();
     m_log.copyTo(*m_file);
     m_behind = false;
 }
@@ -398,6 +445,7 @@ void FilePager::reserve() {
     if (pageCount() == m_committedPages)
         return;
     m_reserved = true;
+    m_size.reset();
     m_file->reserve(std::uint64_t{pageCount()} * kPageSize);
 }
 
@@ -408,18 +456,52 @@ void FilePager::giveBack() {
     m_reserved = false;
     try {
         m_file->truncate(std::uint64_t{m_committedPages} * kPageSize);
+        m_size = std::uint64_t{m_committedPages} * kPageSize;
     } catch (const Error&) {
+    }
+}
+
+// Throws Displaced unless the path still leads to the file that was opened, and the file is as this session left it.
+// Overwriting a file changes its token: each session that changes anything has one of its own.
+void FilePager::checkOurs() {
+    if (m_overwritten)
+        throw Error(Errc::Displaced, m_path);
+    const auto there = m_disk.status(m_path);
+    if (!there || !there->sameFile(m_opened))
+        throw Error(Errc::Displaced, m_path);
+    Bytes token(sizeof(std::uint64_t));
+    const std::size_t length = m_file->read(Log::kTokenOffset, token);
+    const bool sameToken = length == token.size() && (!m_token || getLe<std::uint64_t>(token, 0) == *m_token);
+    if (sameToken && (!m_size || there->size == *m_size))
+        return;
+    m_overwritten = true;
+    throw Error(Errc::Displaced, m_path);
+}
+
+// Fills the cache, as far as the whole file fits there: should another program write over the file, all of it can
+// still be saved.
+void FilePager::readAllOnce() {
+    if (m_committedPages > m_options.cachePages)
+        return;
+    try {
+        for (PageNo page = 0; page < m_committedPages; ++page)
+            (void)committed(page);
+    } catch (const Error&) {
+        // A page that cannot be read is an error to whoever needs it.
     }
 }
 
 // Marks the file as the one that the log belongs to. Records count only beside a file with this mark, so it must be
 // durable before the first of them.
 void FilePager::startLog() {
+    readAllOnce();
     const std::uint64_t token = newToken();
     Bytes bytes;
     appendLe(bytes, token);
+    m_token.reset();
     m_file->write(Log::kTokenOffset, bytes);
     m_file->flush();
+    m_token = token;
     const auto page0 = std::make_shared<Page>(*committed(0));
     putLe(page0->span(), Log::kTokenOffset, token);
     keep(0, page0);
@@ -471,9 +553,12 @@ void FilePager::writeThrough(const Images& images) {
     try {
         for (const auto& page : images.pages)
             m_file->write(std::uint64_t{page.number} * kPageSize, page.after->view());
+        m_size = std::uint64_t{pageCount()} * kPageSize;
     } catch (const Error&) {
         m_behind = true;
+        m_size.reset();
     }
+    m_changed = true;
 }
 
 void FilePager::adoptChanges() {
@@ -500,6 +585,11 @@ void FilePager::settle() {
 }
 
 void FilePager::copyTo(Disk& disk, const std::string& path) {
+    try {
+        checkOurs();
+    } catch (const Error&) {
+        // What is still ours, here, in the log or under another name, is copied all the same.
+    }
     const auto copy = disk.open(path, OpenMode::CreateNew);
     try {
         writeCopy(*copy);
@@ -556,12 +646,57 @@ void FilePager::close() {
         return;
     if (m_inTransaction)
         rollback();
-    if (!readOnly()) {
+    if (!readOnly())
+        finish();
+    m_file.reset();
+}
+
+void FilePager::finish() {
+    try {
+        if (m_changed)
+            checkOurs();
         if (m_log.started())
             settle();
-        m_log.remove();
+    } catch (const Error& e) {
+        if (e.code() == Errc::Displaced)
+            rescue();
+        throw Error(Errc::Unfinished, m_path);
     }
+    dropLog();
+}
+
+// Saves what was open beside the place where the file was, and says so.
+void FilePager::rescue() {
+    const std::string copy = rescuePath();
+    bool saved = true;
+    try {
+        copyTo(m_disk, copy);
+        m_disk.flushFolder(copy);
+    } catch (const Error&) {
+        saved = false;
+    }
+    try {
+        if (!m_overwritten)
+            settle();  // under whatever name it may have now
+    } catch (const Error&) {
+    }
+    if (saved)
+        dropLog();
     m_file.reset();
+    throw saved ? Error(Errc::Rescued, copy, m_path) : Error(Errc::NotRescued, m_path);
+}
+
+// "Home (rescued).mdb" for "Home.mdb".
+std::string FilePager::rescuePath() const {
+    const std::size_t name = m_path.find_last_of("/\\") + 1;
+    const std::size_t dot = m_path.rfind('.');
+    const std::size_t end = dot == std::string::npos || dot <= name ? m_path.size() : dot;
+    for (int n = 1;; ++n) {
+        const std::string mark = n == 1 ? " (rescued)" : " (rescued " + std::to_string(n) + ")";
+        const std::string path = m_path.substr(0, end) + mark + m_path.substr(end);
+        if (!m_disk.exists(path))
+            return path;
+    }
 }
 
 }  // namespace

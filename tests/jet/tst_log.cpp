@@ -93,7 +93,7 @@ class tst_log : public QObject {
                         change(*pager, kWords[done + 1]);
                     pager->close();
                 } catch (const Error& e) {
-                    QCOMPARE(e.code(), Errc::Io);
+                    QVERIFY(e.code() == Errc::Io || e.code() == Errc::Unfinished);
                 }
                 const auto crashed = crashedAtRandom(disk, random);
                 const std::string word = wordOf(*crashed, kFile);
@@ -316,7 +316,7 @@ class tst_log : public QObject {
         FaultDisk faulty(disk);
         auto pager = Pager::open(faulty, kFile, {.cachePages = 1});
         change(*pager, "Abc");
-        faulty.setPlan({.failAt = 2, .onwards = true, .only = kFile});
+        faulty.setPlan({.failAt = 3, .onwards = true, .only = kFile});
         change(*pager, "ABCd");
         faulty.setPlan({});
         pager->begin();
@@ -358,6 +358,126 @@ class tst_log : public QObject {
             if (!faulty.failed())
                 return;
         }
+    }
+
+    // What other programs do to the file while it is open, after "abc" -> "Abc" -> "ABcd".
+    void displaced_data() {
+        using Deed = std::function<void(MemoryDisk&, const Bytes& backup)>;
+        addColumns<Deed, bool>("deed", "anothersLog");
+        const auto overwrite = [](MemoryDisk& disk, const Bytes& bytes) {
+            disk.open(kFile, OpenMode::CreateNew)->write(0, bytes);
+        };
+        addRow("deleted", Deed([](MemoryDisk& disk, const Bytes&) { disk.remove(kFile); }), false);
+        addRow("deleted with its log", Deed([](MemoryDisk& disk, const Bytes&) {
+                   disk.remove(kFile);
+                   disk.remove(kLog);
+               }),
+               false);
+        addRow("moved away", Deed([](MemoryDisk& disk, const Bytes&) { disk.rename(kFile, "moved"); }), false);
+        addRow("replaced", Deed([](MemoryDisk& disk, const Bytes& backup) { disk.setContent(kFile, backup); }), false);
+        addRow("replaced and opened by another", Deed([](MemoryDisk& disk, const Bytes& backup) {
+                   disk.setContent(kFile, backup);
+                   disk.setContent(kLog, Bytes(600, 'z'));
+               }),
+               true);
+        addRow("overwritten with a backup", Deed(overwrite), false);
+        addRow("overwritten with something else",
+               Deed([=](MemoryDisk& disk, const Bytes&) { overwrite(disk, Bytes(9000, 'q')); }), false);
+        addRow("emptied", Deed([=](MemoryDisk& disk, const Bytes&) { overwrite(disk, {}); }), false);
+        addRow("lengthened", Deed([=](MemoryDisk& disk, const Bytes&) {
+                   disk.open(kFile, OpenMode::ReadWrite)->write(5 * kPageSize, Bytes(kPageSize, 'q'));
+               }),
+               false);
+    }
+    void displaced() {
+        using Deed = std::function<void(MemoryDisk&, const Bytes& backup)>;
+        QFETCH(Deed, deed);
+        QFETCH(bool, anothersLog);
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const Bytes backup = disk.content(kFile);
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        change(*pager, "ABcd");
+        deed(disk, backup);
+        const Bytes stranger = disk.content(kFile);
+        const Bytes log = disk.content(kLog);
+
+        QCOMPARE(codeOf([&] { change(*pager, "XBcde"); }), Errc::Displaced);
+        QCOMPARE(wordOf(*pager), "ABcd");
+        QCOMPARE(disk.content(kLog), log);
+        pager->copyTo(disk, "copy");
+        QCOMPARE(wordOf(disk, "copy"), "ABcd");
+        QCOMPARE(codeOf([&] { pager->close(); }), Errc::Rescued);
+        QCOMPARE(wordOf(disk, kFile + " (rescued)"), "ABcd");
+        QCOMPARE(disk.content(kFile), stranger);
+        QCOMPARE(disk.exists(kLog), anothersLog);
+        if (disk.exists("moved"))
+            QCOMPARE(wordOf(disk, "moved"), "ABcd");
+    }
+
+    void movedAwayAndBack() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        disk.rename(kFile, "moved");
+        QCOMPARE(codeOf([&] { change(*pager, "ABc"); }), Errc::Displaced);
+        disk.rename("moved", kFile);
+        change(*pager, "ABc");
+        pager.reset();
+        QCOMPARE(disk.names(), std::vector<std::string>{kFile});
+    }
+
+    // Opened where nothing can be put in order, the file shows everything and takes nothing; later it is put in order.
+    void unrepaired_data() {
+        addColumns<FaultDisk::Plan>("plan");
+        addRow("the disk is full", FaultDisk::Plan{.full = true});
+        addRow("the file cannot be written", FaultDisk::Plan{.failAt = 9, .onwards = true, .only = kFile});
+        addRow("the file is write-protected", FaultDisk::Plan{});
+    }
+    void unrepaired() {
+        QFETCH(FaultDisk::Plan, plan);
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        const auto pager = Pager::open(disk, kFile, {});
+        change(*pager, "Abc");
+        change(*pager, "ABcd");
+        const auto crashed = powerCut(disk);
+        const Bytes file = crashed->content(kFile);
+        FaultDisk faulty(*crashed);
+        crashed->setWriteProtected(kFile, !plan.full && plan.failAt == 0);
+        faulty.setPlan(plan);
+        {
+            const auto reader = Pager::open(faulty, kFile, {});
+            faulty.setPlan({});
+            QVERIFY(reader->unrepaired());
+            QCOMPARE(wordOf(*reader), "ABcd");
+            QCOMPARE(codeOf([&] { change(*reader, "xxxx"); }), Errc::ReadOnly);
+            reader->copyTo(*crashed, "copy");
+            QCOMPARE(wordOf(*crashed, "copy"), "ABcd");
+            reader->close();
+        }
+        QVERIFY(crashed->exists(kLog));
+        QCOMPARE(crashed->content(kFile), file);
+        crashed->setWriteProtected(kFile, false);
+        const auto writer = Pager::open(*crashed, kFile, {});
+        QVERIFY(!writer->unrepaired() && !writer->readOnly());
+        QCOMPARE(wordOf(*writer), "ABcd");
+    }
+
+    // Closing says so when the file could not be finished.
+    void unfinished() {
+        MemoryDisk disk;
+        makeFile(disk, kFile, "abc");
+        FaultDisk faulty(disk);
+        auto pager = Pager::open(faulty, kFile, {});
+        change(*pager, "Abc");
+        faulty.setPlan({.failAt = 2, .onwards = true, .only = kFile});
+        QCOMPARE(codeOf([&] { pager->close(); }), Errc::Unfinished);
+        pager.reset();
+        QVERIFY(disk.exists(kLog));
+        QCOMPARE(wordOf(*powerCut(disk), kFile), "Abc");
     }
 
     void laterVersion() {
@@ -475,7 +595,7 @@ class tst_log : public QObject {
         for (PageNo page = 1; page <= 201; ++page)
             fill(pager->edit(page), 'x');
         fill(pager->edit(pager->extend()), 'y');
-        faulty.setPlan({.failAt = 2, .onwards = true, .only = kFile});
+        faulty.setPlan({.failAt = 3, .onwards = true, .only = kFile});
         pager->commit();
         QVERIFY(faulty.failed());
         const std::string wanted = std::string(201, 'x') + 'y';
