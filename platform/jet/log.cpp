@@ -289,11 +289,16 @@ void Log::writeRecord(std::span<const LoggedPage> pages, PageNo pageCount) {
             write();
     }
     write();
-    if (at > m_allocated) {
-        const std::uint64_t end = roundUp(at, kChunk);
-        buffer.assign(static_cast<std::size_t>(end - at), 0);
+    if (at <= m_allocated)
+        return;
+    m_allocated = at;
+    buffer.assign(static_cast<std::size_t>(roundUp(at, kChunk) - at), 0);
+    try {
         write();
-        m_allocated = end;
+        m_allocated = at;
+    } catch (const Error& e) {
+        if (e.code() != Errc::DiskFull)
+            throw;  // the record itself has its place
     }
 }
 

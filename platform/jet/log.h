@@ -66,6 +66,7 @@ class Log {
     // exception the record does not count, and the next one takes its place. REQUIRES: started().
     void append(std::span<const LoggedPage> pages, PageNo pageCount);
     [[nodiscard]] std::uint64_t size() const { return m_end; }
+    [[nodiscard]] bool hasRecords() const { return m_records > 0; }
 
     // Takes back all records: the file holds them durably.
     void clear();

@@ -98,6 +98,7 @@ class FilePager : public Pager {
     Images makeImages();
     void readAllOnce();
     void startLog();
+    Images appendToLog();
     void catchUp();
     void reserve();
     void giveBack();
@@ -388,10 +389,7 @@ void FilePager::commit() {
             checkOurs();
             catchUp();
             reserve();
-            if (!m_log.started())
-                startLog();
-            images = makeImages();
-            m_log.append(images.pages, pageCount());
+            images = appendToLog();
         }
     } catch (...) {
         m_header = oldHeader;
@@ -510,6 +508,24 @@ void FilePager::startLog() {
         putLe(m_slots[0].edited->span(), Log::kTokenOffset, token);
     }
     m_log.start(token, m_committedPages);
+}
+
+// Logs the changes. Where the log cannot grow, the file takes over what is in it, and it starts anew in the same place.
+FilePager::Images FilePager::appendToLog() {
+    for (;;) {
+        if (!m_log.started())
+            startLog();
+        Images images = makeImages();
+        try {
+            m_log.append(images.pages, pageCount());
+            return images;
+        } catch (const Error& e) {
+            if (e.code() != Errc::DiskFull || !m_log.hasRecords())
+                throw;
+        }
+        settle();
+        m_log.clear();
+    }
 }
 
 FilePager::Images FilePager::makeImages() {

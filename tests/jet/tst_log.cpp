@@ -569,11 +569,16 @@ class tst_log : public QObject {
         QCOMPARE(wordOf(*pager), "Abc");
         change(*pager, "ABc");
         faulty.setPlan({.full = true, .only = kLog});  // the file has room, the log has not
-        std::string word(3, 'x');
-        while (codeOf([&] { change(*pager, word + 'y'); }) == kNoError)
-            word += 'y';
+        std::string word;
+        for (int i = 0; i < 300; ++i) {  // more than fits, so the log starts anew where it is
+            word = std::string(3 + i / 10, static_cast<char>('a' + i % 26));
+            change(*pager, word);
+            QCOMPARE(wordOf(*powerCut(disk), kFile), word);
+        }
+        QCOMPARE(codeOf([&] { change(*pager, std::string(500, 'y')); }), Errc::DiskFull);
         QCOMPARE(disk.content(kFile).size(), (word.size() + 1) * kPageSize);
-        Bytes alone = disk.content(kFile);
+        QCOMPARE(wordOf(*killed(disk), kFile), word);
+        const Bytes alone = disk.content(kFile);
         pager.reset();
         QCOMPARE(disk.content(kFile), alone);
         QCOMPARE(wordOf(disk, kFile), word);
