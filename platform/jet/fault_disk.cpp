@@ -27,7 +27,11 @@ class FaultDisk::FaultFile : public File {
 
     void truncate(std::uint64_t size) override {
         m_disk.step(m_path);
+        m_disk.needRoom(*m_under, m_path, size);
+        const std::uint64_t before = m_under->size();
         m_under->truncate(size);
+        if (m_disk.counts(m_path) && before > size)
+            m_disk.m_plan.room += before - size;
     }
 
     void reserve(std::uint64_t size) override {
@@ -60,7 +64,7 @@ void FaultDisk::setPlan(Plan plan) {
 }
 
 bool FaultDisk::next(const std::string& path) {
-    if (!m_plan.only.empty() && path != m_plan.only)
+    if (!counts(path))
         return false;
     ++m_operations;
     const bool fails = m_operations == m_plan.failAt || (m_failed && m_plan.onwards);
@@ -74,10 +78,14 @@ void FaultDisk::step(const std::string& path) {
 }
 
 void FaultDisk::needRoom(File& file, const std::string& path, std::uint64_t size) {
-    if (!m_plan.full || (!m_plan.only.empty() && path != m_plan.only) || size <= file.size())
+    const std::uint64_t now = file.size();
+    if (!m_plan.full || !counts(path) || size <= now)
         return;
-    m_failed = true;
-    throw Error(Errc::DiskFull, path);
+    if (size - now > m_plan.room) {
+        m_failed = true;
+        throw Error(Errc::DiskFull, path);
+    }
+    m_plan.room -= size - now;
 }
 
 std::unique_ptr<File> FaultDisk::open(const std::string& path, OpenMode mode) {

@@ -18,7 +18,8 @@ class FaultDisk : public Disk {
         std::uint64_t failAt = 0;  // counted from 1; 0 = never
         bool onwards = false;      // every later operation fails too
         bool halfWrite = false;    // a failing write leaves its first half
-        bool full = false;         // no file can grow; everything else goes on
+        bool full = false;         // files can grow by `room` bytes together; everything else goes on
+        std::uint64_t room = 0;    // truncating a file adds to it
         Errc error = Errc::Io;
         std::string only = {};  // the path whose operations count; empty = all
         std::function<void(const std::string& path)> onFailedFlush = {};
@@ -43,6 +44,7 @@ class FaultDisk : public Disk {
  private:
     class FaultFile;
 
+    [[nodiscard]] bool counts(const std::string& path) const { return m_plan.only.empty() || path == m_plan.only; }
     // Counts an operation; true if it shall fail.
     bool next(const std::string& path);
     void step(const std::string& path);

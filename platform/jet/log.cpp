@@ -323,6 +323,11 @@ void Log::clear() {
     m_file->flush();
 }
 
+void Log::shrink() {
+    m_allocated = kSectorSize;
+    m_file->truncate(m_allocated);
+}
+
 void Log::remove() {
     if (!m_file)
         return;

@@ -70,6 +70,8 @@ class Log {
 
     // Takes back all records: the file holds them durably.
     void clear();
+    // Gives back the room of a cleared log.
+    void shrink();
     // Removes the log file that load() found or start() made, if any. What lies under its name by now may be another's
     // log, and stays.
     void remove();

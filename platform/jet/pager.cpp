@@ -444,7 +444,18 @@ void FilePager::reserve() {
         return;
     m_reserved = true;
     m_size.reset();
-    m_file->reserve(std::uint64_t{pageCount()} * kPageSize);
+    const std::uint64_t size = std::uint64_t{pageCount()} * kPageSize;
+    try {
+        m_file->reserve(size);
+    } catch (const Error& e) {
+        if (e.code() != Errc::DiskFull || !m_log.started())
+            throw;
+        // The log may have what the file needs.
+        settle();
+        m_log.clear();
+        m_log.shrink();
+        m_file->reserve(size);
+    }
 }
 
 // What was taken for a commit that failed. If that fails too, the file ends in zeros, which are free pages.

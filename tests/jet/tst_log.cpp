@@ -564,7 +564,7 @@ class tst_log : public QObject {
         QCOMPARE(codeOf([&] { change(*pager, "Abc"); }), Errc::DiskFull);  // there is no log yet
         faulty.setPlan({});
         change(*pager, "Abc");
-        faulty.setPlan({.full = true});
+        faulty.setPlan({.full = true, .only = kFile});
         QCOMPARE(codeOf([&] { change(*pager, "ABcd"); }), Errc::DiskFull);
         QCOMPARE(wordOf(*pager), "Abc");
         change(*pager, "ABc");
@@ -578,6 +578,12 @@ class tst_log : public QObject {
         QCOMPARE(codeOf([&] { change(*pager, std::string(500, 'y')); }), Errc::DiskFull);
         QCOMPARE(disk.content(kFile).size(), (word.size() + 1) * kPageSize);
         QCOMPARE(wordOf(*killed(disk), kFile), word);
+        // Of the last room on the disk the file gets nearly all: the log gives back what it has.
+        faulty.setPlan({.full = true, .room = 400'000});
+        while (codeOf([&] { change(*pager, word + 'y'); }) == kNoError)
+            word += 'y';
+        QVERIFY(disk.content(kFile).size() > 500'000);
+        QCOMPARE(wordOf(*powerCut(disk), kFile), word);
         const Bytes alone = disk.content(kFile);
         pager.reset();
         QCOMPARE(disk.content(kFile), alone);
