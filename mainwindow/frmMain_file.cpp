@@ -20,6 +20,23 @@ QString ProgramFolder() {
     return QFileInfo(strFolder).isWritable() ? strFolder : QDir::homePath();
 }
 
+// A file of that name is replaced, but stays what it is until the new one is complete.
+void WriteTemplate(const QString& strPath) {
+    if (!QFile::exists(strPath)) {
+        WriteResource("NEWDB", "CUSTOM", strPath);
+        return;
+    }
+    const QString strPart = strPath + "-empty";
+    QFile::remove(strPart);
+    try {
+        WriteResource("NEWDB", "CUSTOM", strPart);
+        ado::replaceDatabaseFile(strPart, strPath);
+    } catch (...) {
+        QFile::remove(strPart);
+        throw;
+    }
+}
+
 QString CaptionOf(const QString& strTitle) {
     return QCoreApplication::applicationName() + " - " + strTitle;
 }
@@ -103,9 +120,7 @@ void frmMain::mnuFileNew_Click() try {
 
     controls::Hourglass hourglass;
     CloseBudget();
-    if (QFile::exists(dlgFile.fileName))
-        ado::deleteDatabaseFile(dlgFile.fileName);
-    WriteResource("NEWDB", "CUSTOM", dlgFile.fileName);
+    WriteTemplate(dlgFile.fileName);
     strDatabasePath = dlgFile.fileName;
     strDatabaseTitle = dlgFile.fileTitle;
     // Kept: New makes no connection and the old one has been closed, so the new budget is not opened here. Since Open

@@ -316,6 +316,7 @@ class tst_faults : public QObject {
             Program program;
             open(program);
             write(program.path("Copy.mdb"), "older copy");
+            write(program.path("New.mdb"), m_home);
             m_disk.setPlan({.failAt = n, .halfWrite = true});
             for (int i = 0; i < 3; ++i)
                 program.dialogs.answer(controls::MsgAnswer::Ok);
@@ -332,6 +333,9 @@ class tst_faults : public QObject {
                 QVERIFY2(payees == kBefore && !message.isEmpty(), qPrintable(payees.join(' ') + ": " + message));
             if (command == "save as" && contents(program.path("Copy.mdb")) != "older copy")
                 QCOMPARE(payeesIn(program.path("Copy.mdb")), kBefore);
+            const QStringList replaced = payeesIn(program.path("New.mdb"));
+            QVERIFY(replaced.isEmpty() ? command == "new" : replaced == QStringList("Starting Balance"));
+            QCOMPARE(QDir(program.folder.path()).entryList({"New.mdb?*"}), QStringList());
             if (!failed)
                 break;
         }
