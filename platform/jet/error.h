@@ -13,21 +13,21 @@
 namespace jet {
 
 enum class Errc {
-    Io,                  // the disk failed
-    DiskFull,            // no room left
-    FileNotFound,        // `subject` is the path
-    PathNotFound,        // a folder of the path is missing; `subject` is the path
-    AccessDenied,        // the file exists but may not be read, or is a directory; `subject` is the path
-    Busy,                // another process holds the file; `subject` is the path
-    Displaced,           // the path of an open file leads elsewhere, or another program wrote it; `subject` is the path
-    Unfinished,          // closed, but changes are in the log alone; `subject` is the path
-    Rescued,             // Displaced found on closing; `subject` is the copy made, `table` the path
-    NotRescued,          // the same, but no copy could be made; `subject` is the path
-    NotADatabase,        // no Jet file at all; `subject` is the path
-    UnsupportedVersion,  // a Jet file of another generation; `subject` is the path
-    WrongPassword,       //
-    Corrupt,             // the file breaks a rule of the format; `page` tells where
-    ReadOnly,            // a change in a file opened for reading only
+    Io,                    // the disk failed
+    DiskFull,              // no room left
+    FileNotFound,          // `subject` is the path
+    PathNotFound,          // a folder of the path is missing; `subject` is the path
+    AccessDenied,          // the file exists but may not be read, or is a directory; `subject` is the path
+    Busy,                  // another process holds the file; `subject` is the path
+    Displaced,             // an open file was moved, replaced or overwritten by another program; `subject` is the path
+    Unfinished,            // closed, but changes are in the log alone; `subject` is the path
+    Rescued,               // Displaced found on closing; `subject` is the copy made, `table` the path
+    NotRescued,            // the same, but no copy could be made; `subject` is the path
+    NotADatabase,          // no Jet file at all; `subject` is the path
+    UnsupportedVersion,    // a Jet file of another generation; `subject` is the path
+    WrongPassword,         //
+    Corrupt,               // the file breaks a rule of the format; `page` tells where
+    ReadOnly,              // a change in a file opened for reading only
     UnsupportedSortOrder,  // a change in a table whose sort order is not General; `table`
     UnsupportedFeature,    // a change that the engine cannot make safely; `subject` says what
     NoSuchTable,           // `table`
