@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <optional>
+#include <utility>
 
 #include "ado/connection_string.h"
 #include "ado/database_file.h"
@@ -57,28 +58,33 @@ void clsDatabase::OpenDatabase() {
     }
 }
 
-void clsDatabase::CloseDatabase() {
+// False after an error, which has then been shown.
+bool clsDatabase::CloseDatabase() {
     try {
-        if (m_objCnn && m_objCnn->State() == ado::adStateOpen)
-            m_objCnn->Close();
-        m_objCnn.reset();
         blnDatabaseOpen = false;
+        const auto objCnn = std::move(m_objCnn);
+        if (objCnn && objCnn->State() == ado::adStateOpen)
+            objCnn->Close();
+        return true;
     } catch (...) {
-        blnDatabaseOpen = false;
         ShowError();
+        return false;
     }
 }
 
 bool clsDatabase::CompactDatabase() {
     try {
         const controls::Hourglass hourglass;
-        CloseDatabase();
+        if (!CloseDatabase())
+            return false;
         // Beside the program; where nobody may write there, as after an installation for all users, in a folder of its
         // own beside the budget, gone at the end.
         QString strTempFolder = QCoreApplication::applicationDirPath();
         std::optional<QTemporaryDir> dirOwn;
         if (!QFileInfo(strTempFolder).isWritable()) {
             dirOwn.emplace(QFileInfo(strDatabasePath).dir().filePath("Tempdata-"));
+            if (!dirOwn->isValid())
+                vbrt::raise(vbrt::kPathFileAccess);
             strTempFolder = dirOwn->path();
         }
         const QString strTempPath = QDir(strTempFolder).filePath("Tempdata.mdb");
@@ -89,7 +95,7 @@ bool clsDatabase::CompactDatabase() {
         // Deleting the budget and renaming the copy are one step, so that the budget is never missing.
         ado::replaceDatabaseFile(strTempPath, strDatabasePath);
         OpenDatabase();
-        return true;
+        return blnDatabaseOpen;
     } catch (...) {
         ShowError();
         return false;

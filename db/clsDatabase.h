@@ -22,8 +22,11 @@ class clsDatabase {
     // Error 91 when there is none, as after a compaction that failed.
     [[nodiscard]] const std::shared_ptr<ado::Connection>& objCnn() const;
 
+    // Whether the budget was left unfinished the last time and can only be looked at now, as it cannot be put in order.
+    [[nodiscard]] bool Unrepaired() const { return m_objCnn && m_objCnn->Unrepaired(); }
+
     // Closes, compacts through Tempdata.mdb in the program's folder, and opens again. False after an error, which has
-    // then been shown; the budget file is complete at its place whatever happens.
+    // then been shown; the budget is closed then, and its file complete at its place whatever happens.
     bool CompactDatabase();
 
     // All rows of a query, disconnected: they can be read after the budget is closed. Empty after an error, which has
@@ -33,7 +36,7 @@ class clsDatabase {
 
  private:
     void OpenDatabase();
-    void CloseDatabase();
+    bool CloseDatabase();
 
     std::shared_ptr<ado::Connection> m_objCnn;  // shared with the lists that load from it
 };

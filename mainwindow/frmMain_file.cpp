@@ -20,6 +20,23 @@ QString ProgramFolder() {
     return QFileInfo(strFolder).isWritable() ? strFolder : QDir::homePath();
 }
 
+// A file of that name is replaced, but stays what it is until the new one is complete.
+void WriteTemplate(const QString& strPath) {
+    if (!QFile::exists(strPath)) {
+        WriteResource("NEWDB", "CUSTOM", strPath);
+        return;
+    }
+    const QString strPart = strPath + "-empty";
+    QFile::remove(strPart);
+    try {
+        WriteResource("NEWDB", "CUSTOM", strPart);
+        ado::replaceDatabaseFile(strPart, strPath);
+    } catch (...) {
+        QFile::remove(strPart);
+        throw;
+    }
+}
+
 QString CaptionOf(const QString& strTitle) {
     return QCoreApplication::applicationName() + " - " + strTitle;
 }
@@ -52,12 +69,12 @@ void frmMain::ShowOpenedBudget() {
     strSortField = "item_date";
     strSortOrder = "asc";
     LoadEnvelopes();
+    ShowHeaderArrow(*lvwItems, 0, false);
     // The whole budget is what one sees first: the root is selected and its items are listed.
     tvwEnvelopes->selectNode(1);
     LoadItems();
     RefreshBalances();
     SetAppState();
-    ShowHeaderArrow(*lvwItems, 0, false);
 }
 
 void frmMain::mnuFileOpen_Click() try {
@@ -72,11 +89,21 @@ void frmMain::mnuFileOpen_Click() try {
     CloseBudget();
     strDatabasePath = dlgFile.fileName;
     strDatabaseTitle = dlgFile.fileTitle;
-    controls::Hourglass hourglass;
-    objDatabase = std::make_unique<clsDatabase>();
-    if (blnDatabaseOpen)
-        ShowOpenedBudget();
+    {
+        controls::Hourglass hourglass;
+        objDatabase = std::make_unique<clsDatabase>();
+        if (blnDatabaseOpen)
+            ShowOpenedBudget();
+    }
+    if (objDatabase->Unrepaired())
+        controls::MsgBox(this,
+                         "'" + strDatabaseTitle +
+                             "' was not closed properly and cannot be put in order now, because the disk is full or "
+                             "the file may not be written. Everything is there, but cannot be changed. Make room, "
+                             "then close and open it again.",
+                         controls::MsgIcon::Information);
 } catch (...) {
+    SetAppState();  // a budget that could not be shown is open: it can be closed or copied
     ShowError();
 }
 
@@ -94,9 +121,7 @@ void frmMain::mnuFileNew_Click() try {
 
     controls::Hourglass hourglass;
     CloseBudget();
-    if (QFile::exists(dlgFile.fileName))
-        ado::deleteDatabaseFile(dlgFile.fileName);
-    WriteResource("NEWDB", "CUSTOM", dlgFile.fileName);
+    WriteTemplate(dlgFile.fileName);
     strDatabasePath = dlgFile.fileName;
     strDatabaseTitle = dlgFile.fileTitle;
     // Kept: New makes no connection and the old one has been closed, so the new budget is not opened here. Since Open
@@ -129,9 +154,13 @@ void frmMain::mnuFileSaveAs_Click() try {
 
 // The views are not reloaded: they keep showing what they showed.
 void frmMain::mnuToolsCompact_Click() try {
-    if (objDatabase && objDatabase->CompactDatabase())
+    if (!objDatabase)
+        return;
+    if (objDatabase->CompactDatabase())
         controls::MsgBox(this, "Successfully compacted the '" + strDatabaseTitle + "' database.",
                          controls::MsgIcon::Information, controls::MsgButtons::Ok, "Compact Database");
+    else
+        CloseBudget();  // the connection is closed already; the window follows, so that Open takes the same file
 } catch (...) {
     ShowError();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ado/connection.h"
 
+#include <utility>
+
 #include "ado/data_source.h"
 #include "ado/errors.h"
 #include "ado/session.h"
@@ -26,8 +28,12 @@ QString statementText(const QString& source, int options) {
 Connection::Connection() = default;
 
 Connection::~Connection() {
-    if (m_session)
-        Close();
+    try {
+        if (m_session)
+            Close();
+    } catch (const vbrt::Error&) {
+        // Who wants to know calls Close.
+    }
 }
 
 void Connection::setProvider(const QString& provider) {
@@ -62,7 +68,15 @@ void Connection::Close() {
         raise(kObjectClosed);
     while (!m_session->recordsets.empty())
         m_session->recordsets.back()->Close();
-    m_session.reset();
+    const auto session = std::exchange(m_session, nullptr);
+    guarded([&] {
+        if (session->database.use_count() == 1)
+            session->database->close();
+    });
+}
+
+bool Connection::Unrepaired() const {
+    return m_session && m_session->database->unrepaired();
 }
 
 ObjectState Connection::State() const {

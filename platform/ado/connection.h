@@ -47,9 +47,13 @@ class Connection {
     // such provider), -2147467259 and others from the database.
     void Open(const QString& connectionString, const QString& user = {}, const QString& password = {},
               int options = -1);
-    // Error 3704 when not open.
+    // Closed whatever happens. Error 3704 when not open; from the last connection to a file also those of a file that
+    // could not be finished, or is not the one any more that was opened.
     void Close();
     [[nodiscard]] ObjectState State() const;
+    // Whether a file that was not closed properly could not be put in order, for lack of room or of permission: it is
+    // open for reading, with everything there. False when closed.
+    [[nodiscard]] bool Unrepaired() const;
 
     // Runs one statement. A SELECT gives a forward-only recordset on its first row, produced while it is read, and
     // SHAPE (with the data shaping provider) a client-side one of groups; any other statement a closed one, and

@@ -8,6 +8,7 @@
 #include "ado/data_source.h"
 #include "ado/errors.h"
 #include "ado/text.h"
+#include "jet/database.h"
 #include "jet/error.h"
 #include "jet/file.h"
 
@@ -54,7 +55,7 @@ std::string resolved(const QString& path) {
 
 bool isOpen(const std::string& path) {
     try {
-        return !jet::realDisk().open(path, jet::OpenMode::ReadWrite)->lock(true);
+        return !jet::defaultDisk().open(path, jet::OpenMode::ReadWrite)->lock(true);
     } catch (const jet::Error&) {
         return false;
     }
@@ -70,11 +71,11 @@ void checkReplaceable(const std::string& path, long writeProtected = vbrt::kPath
 }
 
 void removeLog(const std::string& path) {
-    jet::realDisk().remove(path + "-log");
+    jet::defaultDisk().remove(path + "-log");
 }
 
 void copyBytes(const std::string& from, const std::string& to) {
-    jet::Disk& disk = jet::realDisk();
+    jet::Disk& disk = jet::defaultDisk();
     const auto source = disk.open(from, jet::OpenMode::Read);
     const auto copy = disk.open(to, jet::OpenMode::CreateNew);
     std::vector<std::uint8_t> block(kCopyBlock);
@@ -86,23 +87,35 @@ void copyBytes(const std::string& from, const std::string& to) {
     copy->flush();
 }
 
+void copyDatabaseOrBytes(const std::string& from, const std::string& to) {
+    try {
+        jet::copyDatabase(from, to);
+    } catch (const jet::Error& e) {
+        using enum jet::Errc;
+        if (e.code() != NotADatabase && e.code() != UnsupportedVersion && e.code() != Corrupt)
+            throw;
+        copyBytes(from, to);
+    }
+}
+
 // Puts a finished file in its place. The log of the file that was there goes last: until then it still belongs to it.
 void moveIntoPlace(const std::string& from, const std::string& to) {
     const QString target = fromUtf8(to);
     if (QFile::exists(target))
         QFile::setPermissions(fromUtf8(from), QFile::permissions(target));
-    jet::realDisk().rename(from, to);
-    jet::realDisk().flushFolder(to);
+    jet::defaultDisk().rename(from, to);
+    jet::defaultDisk().flushFolder(to);
     removeLog(to);
 }
 
-void copyIntoPlace(const std::string& from, const std::string& to) {
+template <class Copy>
+void copyIntoPlace(Copy&& copy, const std::string& from, const std::string& to) {
     const std::string part = to + "-new";
     try {
-        copyBytes(from, part);
+        copy(from, part);
         moveIntoPlace(part, to);
     } catch (...) {
-        jet::realDisk().remove(part);
+        jet::defaultDisk().remove(part);
         throw;
     }
 }
@@ -115,7 +128,7 @@ bool isDatabaseOpen(const QString& path) {
 
 void writeDatabaseFile(const QString& path, const QByteArray& bytes) {
     fileOperation([&] {
-        jet::Disk& disk = jet::realDisk();
+        jet::Disk& disk = jet::defaultDisk();
         const std::string target = resolved(path);
         const bool isNew = !disk.exists(target);
         checkReplaceable(target);
@@ -140,9 +153,9 @@ void deleteDatabaseFile(const QString& path) {
         if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
             vbrt::raise(vbrt::kFileNotFound);
         checkReplaceable(target);
-        jet::realDisk().remove(target);
+        jet::defaultDisk().remove(target);
         removeLog(target);
-        jet::realDisk().flushFolder(target);
+        jet::defaultDisk().flushFolder(target);
     });
 }
 
@@ -157,10 +170,10 @@ void replaceDatabaseFile(const QString& from, const QString& to) {
         try {
             moveIntoPlace(source, target);
         } catch (const jet::Error&) {
-            copyIntoPlace(source, target);  // on another file system
-            jet::realDisk().remove(source);
+            copyIntoPlace(copyBytes, source, target);  // on another file system
+            jet::defaultDisk().remove(source);
         }
-        jet::realDisk().flushFolder(source);
+        jet::defaultDisk().flushFolder(source);
     });
 }
 
@@ -168,10 +181,8 @@ void copyDatabaseFile(const QString& from, const QString& to) {
     fileOperation([&] {
         const std::string source = nativePath(from);
         const std::string target = resolved(to);
-        if (!QFileInfo(from).isFile())
-            vbrt::raise(vbrt::kFileNotFound);
         checkReplaceable(target, vbrt::kPermissionDenied);
-        copyIntoPlace(source, target);
+        copyIntoPlace(copyDatabaseOrBytes, source, target);
     });
 }
 

@@ -25,8 +25,10 @@ void deleteDatabaseFile(const QString& path);
 // every moment one of the two is complete there. The permissions of the old file are kept.
 void replaceDatabaseFile(const QString& from, const QString& to);
 
-// Copies a file, which may be open, over the one at `to`, if there is one, in a single step as above. Error 70 also for
-// a destination that is write-protected or a folder.
+// Copies a database over the file at `to`, if there is one, in a single step as above. One that is open in this process
+// is copied as its connections see it, even when its file is gone by now; one that is not, with what a log beside it
+// has. A file that is no database is copied as it is. Error 70 also for a destination that is write-protected or a
+// folder, and for a database that another process has open.
 void copyDatabaseFile(const QString& from, const QString& to);
 
 }  // namespace ado

@@ -47,6 +47,22 @@ Wording wordingOf(jet::Errc code) {
                     "another user, or you need permission to view its data."};
         case Busy:
             return {kJetError, "Could not use '%s'; file already in use."};
+        case Displaced:
+            return {kJetError,
+                    "The file '%s' was moved, deleted or replaced by another program while it was open.  Nothing was "
+                    "changed.  Save a copy to keep what is open."};
+        case Unfinished:
+            return {kJetError,
+                    "Some changes could not be written into '%s'.  They are safe in the file beside it whose name ends "
+                    "in -log.  Leave both where they are, and open the database again."};
+        case Rescued:
+            return {kJetError,
+                    "The file '%t' was moved, deleted or replaced by another program while it was open.  What was open "
+                    "has been saved as '%s'."};
+        case NotRescued:
+            return {kJetError,
+                    "The file '%s' was moved, deleted or replaced by another program while it was open, and what was "
+                    "open could not be saved beside it."};
         case NotADatabase:
         case UnsupportedVersion:
             return {kJetError, "Unrecognized database format '%s'."};

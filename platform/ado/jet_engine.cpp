@@ -19,7 +19,7 @@ void JetEngine::CompactDatabase(const QString& source, const QString& destinatio
             raise(kNoProvider);
         if (to.engineType != u"4")
             raise(kBadConnectionValue);
-        if (jet::realDisk().exists(to.path))
+        if (jet::defaultDisk().exists(to.path))
             raise(kDatabaseExists);
         if (isDatabaseOpen(fromUtf8(from.path)))
             throw jet::Error(jet::Errc::Busy, from.path);

@@ -421,7 +421,7 @@ void checkCopy(Disk& disk, const std::string& to) {
 }  // namespace
 
 void compactDatabase(const std::string& from, const std::string& to, const CompactOptions& options) {
-    Disk& disk = options.disk != nullptr ? *options.disk : realDisk();
+    Disk& disk = options.disk != nullptr ? *options.disk : defaultDisk();
     OpenOptions openOptions;
     openOptions.password = options.password;
     openOptions.readOnly = true;

@@ -65,13 +65,25 @@ double serialOf(const Date* date) {
     return date != nullptr ? date->serial : 0;
 }
 
+std::shared_ptr<DatabaseImpl> findOpen(Disk& disk, const std::string& path) {
+    const auto open = registry().find({&disk, disk.identity(path)});
+    return open != registry().end() ? open->second.lock() : nullptr;
+}
+
 }  // namespace
 
+void copyDatabase(const std::string& from, const std::string& to, Disk* disk) {
+    Disk& on = disk != nullptr ? *disk : defaultDisk();
+    if (const auto open = findOpen(on, from))
+        open->pager().copyTo(on, to);
+    else
+        Pager::open(on, from, {.readOnly = true})->copyTo(on, to);
+}
+
 std::shared_ptr<Database> Database::open(const std::string& path, const OpenOptions& options) {
-    Disk& disk = options.disk != nullptr ? *options.disk : realDisk();
+    Disk& disk = options.disk != nullptr ? *options.disk : defaultDisk();
     const std::pair key(&disk, disk.identity(path));
-    const auto open = registry().find(key);
-    std::shared_ptr<DatabaseImpl> db = open != registry().end() ? open->second.lock() : nullptr;
+    std::shared_ptr<DatabaseImpl> db = findOpen(disk, path);
     if (!db) {
         Pager::Options pagerOptions;
         pagerOptions.readOnly = options.readOnly;

@@ -87,6 +87,12 @@ class Database : public std::enable_shared_from_this<Database> {
     [[nodiscard]] virtual const std::string& path() const = 0;
     [[nodiscard]] virtual bool readOnly() const = 0;
 
+    // Whether the file is read through a log that could not be put in order; it cannot be changed then.
+    [[nodiscard]] virtual bool unrepaired() const = 0;
+    // Lets go of the file, as the destructor does, but throws what Pager::close throws. Nothing else may be called
+    // afterwards. REQUIRES: this is the last user.
+    virtual void close() = 0;
+
     // Reads the catalog and the definition and page maps of every table in it. Throws Corrupt for a file that is cut
     // off or otherwise too damaged to work with; verify() is the thorough check.
     virtual void checkStructure() = 0;
@@ -112,6 +118,11 @@ class Database : public std::enable_shared_from_this<Database> {
  protected:
     Database() = default;
 };
+
+// Writes a copy of a database as it is after the last commit, whether it is open in this process or not, with what a
+// log beside it has. The copy is flushed, and gone again after an error. Throws what Database::open throws for `from`,
+// but takes no password. REQUIRES: nobody uses `to`.
+void copyDatabase(const std::string& from, const std::string& to, Disk* disk = nullptr);
 
 // One statement's changes: all of them durable after commit(), none of them otherwise.
 class Transaction {

@@ -26,6 +26,8 @@ class DatabaseImpl final : public Database {
 
     [[nodiscard]] const std::string& path() const override { return m_pager->path(); }
     [[nodiscard]] bool readOnly() const override { return m_pager->readOnly(); }
+    [[nodiscard]] bool unrepaired() const override { return m_pager->unrepaired(); }
+    void close() override { m_pager->close(); }
     [[nodiscard]] bool askedReadOnly() const { return m_askedReadOnly; }
     [[nodiscard]] bool passwordFits(const std::string& password) const;
 

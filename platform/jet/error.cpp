@@ -21,6 +21,14 @@ const char* nameOf(Errc code) {
             return "access denied";
         case Errc::Busy:
             return "file in use";
+        case Errc::Displaced:
+            return "the file was moved, deleted or replaced";
+        case Errc::Unfinished:
+            return "changes are in the log alone";
+        case Errc::Rescued:
+            return "the file was moved, deleted or replaced; a copy was made";
+        case Errc::NotRescued:
+            return "the file was moved, deleted or replaced; no copy could be made";
         case Errc::NotADatabase:
             return "not a database";
         case Errc::UnsupportedVersion:

@@ -19,6 +19,10 @@ enum class Errc {
     PathNotFound,          // a folder of the path is missing; `subject` is the path
     AccessDenied,          // the file exists but may not be read, or is a directory; `subject` is the path
     Busy,                  // another process holds the file; `subject` is the path
+    Displaced,             // an open file was moved, replaced or overwritten by another program; `subject` is the path
+    Unfinished,            // closed, but changes are in the log alone; `subject` is the path
+    Rescued,               // Displaced found on closing; `subject` is the copy made, `table` the path
+    NotRescued,            // the same, but no copy could be made; `subject` is the path
     NotADatabase,          // no Jet file at all; `subject` is the path
     UnsupportedVersion,    // a Jet file of another generation; `subject` is the path
     WrongPassword,         //

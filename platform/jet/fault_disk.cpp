@@ -19,14 +19,25 @@ class FaultDisk::FaultFile : public File {
                 m_under->write(offset, data.first(data.size() / 2));
             throw Error(m_disk.m_plan.error, m_path);
         }
+        m_disk.needRoom(*m_under, m_path, offset + data.size());
         m_under->write(offset, data);
     }
 
-    std::uint64_t size() override { return m_under->size(); }
+    FileStatus status() override { return m_under->status(); }
 
     void truncate(std::uint64_t size) override {
         m_disk.step(m_path);
+        m_disk.needRoom(*m_under, m_path, size);
+        const std::uint64_t before = m_under->size();
         m_under->truncate(size);
+        if (m_disk.counts(m_path) && before > size)
+            m_disk.m_plan.room += before - size;
+    }
+
+    void reserve(std::uint64_t size) override {
+        m_disk.step(m_path);
+        m_disk.needRoom(*m_under, m_path, size);
+        m_under->reserve(size);
     }
 
     void flush() override {
@@ -53,7 +64,7 @@ void FaultDisk::setPlan(Plan plan) {
 }
 
 bool FaultDisk::next(const std::string& path) {
-    if (!m_plan.only.empty() && path != m_plan.only)
+    if (!counts(path))
         return false;
     ++m_operations;
     const bool fails = m_operations == m_plan.failAt || (m_failed && m_plan.onwards);
@@ -64,6 +75,17 @@ bool FaultDisk::next(const std::string& path) {
 void FaultDisk::step(const std::string& path) {
     if (next(path))
         throw Error(m_plan.error, path);
+}
+
+void FaultDisk::needRoom(File& file, const std::string& path, std::uint64_t size) {
+    const std::uint64_t now = file.size();
+    if (!m_plan.full || !counts(path) || size <= now)
+        return;
+    if (size - now > m_plan.room) {
+        m_failed = true;
+        throw Error(Errc::DiskFull, path);
+    }
+    m_plan.room -= size - now;
 }
 
 std::unique_ptr<File> FaultDisk::open(const std::string& path, OpenMode mode) {

@@ -8,11 +8,23 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "jet/types.h"
 
 namespace jet {
+
+// Which file it is, whatever it is called now (device and inode, or volume and index), and its length.
+struct FileStatus {
+    std::uint64_t volume = 0;
+    std::uint64_t index = 0;
+    std::uint64_t size = 0;
+
+    [[nodiscard]] bool sameFile(const FileStatus& other) const {
+        return volume == other.volume && index == other.index;
+    }
+};
 
 class File {
  public:
@@ -25,8 +37,12 @@ class File {
     virtual std::size_t read(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
     // Writes all of `data`, growing the file if needed. After an exception any part may have been written.
     virtual void write(std::uint64_t offset, ByteView data) = 0;
-    [[nodiscard]] virtual std::uint64_t size() = 0;
+    [[nodiscard]] virtual FileStatus status() = 0;
+    [[nodiscard]] std::uint64_t size() { return status().size; }
     virtual void truncate(std::uint64_t size) = 0;
+    // Takes the room that the file needs to grow to `size`, so that later writes up to there do not meet a full disk.
+    // May lengthen the file with zeros to take it, and after an exception may have done so in part.
+    virtual void reserve(std::uint64_t size) = 0;
     // Returns when everything written is on the medium.
     virtual void flush() = 0;
     // Takes the process lock of this file, without waiting: shared for readers, exclusive for a writer. False when
@@ -50,6 +66,8 @@ class Disk {
 
     virtual std::unique_ptr<File> open(const std::string& path, OpenMode mode) = 0;
     [[nodiscard]] virtual bool exists(const std::string& path) = 0;
+    // Of the file that the path leads to now; nothing when there is none.
+    [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path) = 0;
     // Removing a file that is not there is no error.
     virtual void remove(const std::string& path) = 0;
     // Replaces `to` in one step.
@@ -62,5 +80,9 @@ class Disk {
 
 // The real disk of this system; lives as long as the process. Paths are UTF-8.
 Disk& realDisk();
+// Where files are when nothing else is said: the real disk, unless a test has put another in its place (nullptr takes
+// it away again).
+Disk& defaultDisk();
+void setDefaultDisk(Disk* disk);
 
 }  // namespace jet

@@ -3,10 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include "jet/error.h"
 #include "jet/file.h"
@@ -61,6 +64,11 @@ auto again(Call call) {
     return result;
 }
 
+FileStatus statusOf(const struct stat& info) {
+    return {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
+            static_cast<std::uint64_t>(info.st_size)};
+}
+
 class Descriptor {
  public:
     Descriptor(const std::string& path, int flags) : m_fd(again([&] { return ::open(path.c_str(), flags, 0666); })) {
@@ -110,11 +118,23 @@ class PosixFile : public File {
         }
     }
 
-    std::uint64_t size() override { return static_cast<std::uint64_t>(info().st_size); }
+    FileStatus status() override { return statusOf(info()); }
 
     void truncate(std::uint64_t size) override {
         if (again([&] { return ::ftruncate(m_fd.get(), static_cast<off_t>(size)); }) != 0)
             fail(errno, m_path);
+    }
+
+    void reserve(std::uint64_t size) override {
+        const std::uint64_t from = this->size();
+        if (size <= from)
+            return;
+        const auto length = static_cast<off_t>(size - from);
+        if (again([&] { return ::fallocate(m_fd.get(), 0, static_cast<off_t>(from), length); }) == 0)
+            return;
+        if (errno != EOPNOTSUPP && errno != ENOSYS)
+            fail(errno, m_path);
+        writeZeros(from, size);  // file systems without the call
     }
 
     void flush() override {
@@ -138,6 +158,12 @@ class PosixFile : public File {
     }
 
  private:
+    void writeZeros(std::uint64_t from, std::uint64_t end) {
+        const std::vector<std::uint8_t> zeros(64 * 1024);
+        for (; from < end; from += zeros.size())
+            write(from, {zeros.data(), static_cast<std::size_t>(std::min<std::uint64_t>(zeros.size(), end - from))});
+    }
+
     struct stat info() {
         struct stat result {};
         if (::fstat(m_fd.get(), &result) != 0)
@@ -151,6 +177,13 @@ class PosixFile : public File {
 
 class PosixDisk : public Disk {
  public:
+    PosixDisk() {
+        // A file beyond the user's limit is an error like a full disk, and not the end of the process.
+        struct sigaction action {};
+        if (::sigaction(SIGXFSZ, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
+            ::signal(SIGXFSZ, SIG_IGN);
+    }
+
     std::unique_ptr<File> open(const std::string& path, OpenMode mode) override {
         // O_NONBLOCK, so that opening a pipe does not wait for its other end; regular files ignore it.
         int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -174,6 +207,15 @@ class PosixDisk : public Disk {
     bool exists(const std::string& path) override {
         struct stat info {};
         return ::stat(path.c_str(), &info) == 0;
+    }
+
+    std::optional<FileStatus> status(const std::string& path) override {
+        struct stat info {};
+        if (::stat(path.c_str(), &info) == 0)
+            return statusOf(info);
+        if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP)
+            return std::nullopt;
+        fail(errno, path);
     }
 
     void remove(const std::string& path) override {

@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -97,13 +98,24 @@ OVERLAPPED placeAt(std::uint64_t offset) {
     return place;
 }
 
+std::optional<FileStatus> statusOf(HANDLE handle) {
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!::GetFileInformationByHandle(handle, &info))
+        return std::nullopt;
+    const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32U | low; };
+    return FileStatus{info.dwVolumeSerialNumber, join(info.nFileIndexHigh, info.nFileIndexLow),
+                      join(info.nFileSizeHigh, info.nFileSizeLow)};
+}
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 class Win32File : public File {
  public:
     // Everything is shared, as it is between processes on other systems: who may use the file is up to lock().
     Win32File(const std::string& path, DWORD access, DWORD disposition)
         : m_path(path),
-          m_handle(::CreateFileW(toWide(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                 nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {
+          m_handle(::CreateFileW(toWide(path).c_str(), access, kShareAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                                 nullptr)) {
         if (!m_handle.valid())
             failLast(path);
         if (::GetFileType(m_handle.get()) != FILE_TYPE_DISK)
@@ -140,11 +152,11 @@ class Win32File : public File {
         }
     }
 
-    std::uint64_t size() override {
-        LARGE_INTEGER size{};
-        if (!::GetFileSizeEx(m_handle.get(), &size))
+    FileStatus status() override {
+        const auto status = statusOf(m_handle.get());
+        if (!status)
             failLast(m_path);
-        return static_cast<std::uint64_t>(size.QuadPart);
+        return *status;
     }
 
     void truncate(std::uint64_t size) override {
@@ -152,6 +164,12 @@ class Win32File : public File {
         info.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
         if (!::SetFileInformationByHandle(m_handle.get(), FileEndOfFileInfo, &info, sizeof info))
             failWriting();
+    }
+
+    // The system takes the room when the end of a file moves.
+    void reserve(std::uint64_t size) override {
+        if (size > this->size())
+            truncate(size);
     }
 
     void flush() override {
@@ -193,6 +211,11 @@ class Win32File : public File {
     bool m_locked = false;
 };
 
+// A file or folder, to ask about it alone.
+HANDLE openAsIs(const std::wstring& path) {
+    return ::CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+}
+
 class Win32Disk : public Disk {
  public:
     std::unique_ptr<File> open(const std::string& path, OpenMode mode) override {
@@ -211,6 +234,16 @@ class Win32Disk : public Disk {
 
     bool exists(const std::string& path) override {
         return ::GetFileAttributesW(toWide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+    }
+
+    std::optional<FileStatus> status(const std::string& path) override {
+        const Handle handle(openAsIs(toWide(path)));
+        if (handle.valid())
+            return statusOf(handle.get());
+        const DWORD error = ::GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
+            return std::nullopt;
+        fail(error, path);
     }
 
     void remove(const std::string& path) override {
@@ -232,8 +265,7 @@ class Win32Disk : public Disk {
 
     std::string identity(const std::string& path) override {
         const std::wstring wide = toWide(path);
-        const Handle handle(::CreateFileW(wide.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+        const Handle handle(openAsIs(wide));
         const auto ask = [&](wchar_t* buffer, DWORD size) {
             return handle.valid() ? ::GetFinalPathNameByHandleW(handle.get(), buffer, size, FILE_NAME_NORMALIZED)
                                   : ::GetFullPathNameW(wide.c_str(), size, buffer, nullptr);

@@ -90,6 +90,17 @@ bool readAll(File& file, std::uint64_t offset, std::span<std::uint8_t> out) {
 
 }  // namespace
 
+bool zerosFrom(File& file, std::uint64_t offset) {
+    Bytes block(kPageSize);
+    while (const std::size_t count = file.read(offset, block)) {
+        if (std::any_of(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count),
+                        [](std::uint8_t byte) { return byte != 0; }))
+            return false;
+        offset += count;
+    }
+    return true;
+}
+
 Log::SectorSums Log::sumsOf(const Page& page) {
     SectorSums sums;
     for (std::size_t i = 0; i < sums.size(); ++i)
@@ -158,7 +169,8 @@ bool Log::loadRecord() {
 // changed it or after one of them: a crash leaves any mixture of these, and nothing else.
 bool Log::belongsTo(File& file) const {
     const std::uint64_t size = file.size();
-    if (size < std::uint64_t{m_firstPageCount} * kPageSize || size > std::uint64_t{m_pageCount} * kPageSize)
+    const std::uint64_t end = std::uint64_t{m_pageCount} * kPageSize;
+    if (size < std::uint64_t{m_firstPageCount} * kPageSize || (size > end && !zerosFrom(file, end)))
         return false;
     for (PageNo page = m_firstPageCount; page < m_pageCount; ++page) {
         if (!m_newest.contains(page))
@@ -187,6 +199,15 @@ bool Log::belongsTo(File& file) const {
 void Log::read(PageNo page, Page& image) const {
     if (!readAll(*m_file, m_newest.at(page), image.span()))
         throw Error(Errc::Io, m_path);
+}
+
+bool Log::changes(File& file) const {
+    Page image;
+    Page present;
+    return std::any_of(m_newest.begin(), m_newest.end(), [&](const auto& newest) {
+        read(newest.first, image);
+        return !readAll(file, std::uint64_t{newest.first} * kPageSize, present.span()) || present.bytes != image.bytes;
+    });
 }
 
 void Log::copyTo(File& file) const {
@@ -268,11 +289,16 @@ void Log::writeRecord(std::span<const LoggedPage> pages, PageNo pageCount) {
             write();
     }
     write();
-    if (at > m_allocated) {
-        const std::uint64_t end = roundUp(at, kChunk);
-        buffer.assign(static_cast<std::size_t>(end - at), 0);
+    if (at <= m_allocated)
+        return;
+    m_allocated = at;
+    buffer.assign(static_cast<std::size_t>(roundUp(at, kChunk) - at), 0);
+    try {
         write();
-        m_allocated = end;
+        m_allocated = at;
+    } catch (const Error& e) {
+        if (e.code() != Errc::DiskFull)
+            throw;  // the record itself has its place
     }
 }
 
@@ -297,14 +323,22 @@ void Log::clear() {
     m_file->flush();
 }
 
+void Log::shrink() {
+    m_allocated = kSectorSize;
+    m_file->truncate(m_allocated);
+}
+
 void Log::remove() {
     if (!m_file)
         return;
     m_started = false;
     m_newest.clear();
     m_loaded.clear();
+    const auto there = m_disk.status(m_path);
+    const bool own = there && there->sameFile(m_file->status());
     m_file.reset();
-    m_disk.remove(m_path);
+    if (own)
+        m_disk.remove(m_path);
 }
 
 void Log::setAside() {

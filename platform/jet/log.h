@@ -25,6 +25,9 @@ struct LoggedPage {
     const Page* after = nullptr;
 };
 
+// Whether the rest of the file is nothing but zeros, as room is that was taken for a commit that never came.
+bool zerosFrom(File& file, std::uint64_t offset);
+
 class Log {
  public:
     static constexpr std::size_t kSectorSize = 512;
@@ -48,6 +51,8 @@ class Log {
     [[nodiscard]] bool contains(PageNo page) const { return m_newest.contains(page); }
     // The newest image. REQUIRES: contains(page).
     void read(PageNo page, Page& image) const;
+    // Whether copyTo() would change the file.
+    bool changes(File& file) const;
     // Writes the newest image of every page, and with that the right size, into the file. Does not flush.
     void copyTo(File& file) const;
 
@@ -61,10 +66,14 @@ class Log {
     // exception the record does not count, and the next one takes its place. REQUIRES: started().
     void append(std::span<const LoggedPage> pages, PageNo pageCount);
     [[nodiscard]] std::uint64_t size() const { return m_end; }
+    [[nodiscard]] bool hasRecords() const { return m_records > 0; }
 
     // Takes back all records: the file holds them durably.
     void clear();
-    // Removes the log file that load() found or start() made, if any.
+    // Gives back the room of a cleared log.
+    void shrink();
+    // Removes the log file that load() found or start() made, if any. What lies under its name by now may be another's
+    // log, and stays.
     void remove();
     // Renames it to `<path>.old`.
     void setAside();

@@ -33,6 +33,10 @@ struct MemoryDisk::Node {
         std::copy(change.data->begin(), change.data->end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
     }
 
+    [[nodiscard]] FileStatus status() const {
+        return {0, static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(this)), content.size()};
+    }
+
     void change(Change change) {
         apply(content, change);
         changes.push_back(std::move(change));
@@ -66,11 +70,17 @@ class MemoryDisk::OpenFile : public File {
         }
     }
 
-    std::uint64_t size() override { return m_node->content.size(); }
+    FileStatus status() override { return m_node->status(); }
 
     void truncate(std::uint64_t size) override {
         requireWritable();
         m_node->change({size, std::nullopt});
+    }
+
+    // Lengthens the file, as the real disks do: a crash may leave zeros behind its end.
+    void reserve(std::uint64_t size) override {
+        if (size > m_node->content.size())
+            truncate(size);
     }
 
     void flush() override {
@@ -136,6 +146,11 @@ std::unique_ptr<File> MemoryDisk::open(const std::string& path, OpenMode mode) {
 
 bool MemoryDisk::exists(const std::string& path) {
     return m_names.contains(path);
+}
+
+std::optional<FileStatus> MemoryDisk::status(const std::string& path) {
+    const auto it = m_names.find(path);
+    return it == m_names.end() ? std::nullopt : std::optional(it->second->status());
 }
 
 void MemoryDisk::remove(const std::string& path) {

@@ -22,6 +22,7 @@ class MemoryDisk : public Disk {
 
     std::unique_ptr<File> open(const std::string& path, OpenMode mode) override;
     [[nodiscard]] bool exists(const std::string& path) override;
+    [[nodiscard]] std::optional<FileStatus> status(const std::string& path) override;
     void remove(const std::string& path) override;
     void rename(const std::string& from, const std::string& to) override;
     void flushFolder(const std::string& path) override;

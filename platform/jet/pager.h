@@ -32,7 +32,7 @@ class Pager {
     };
 
     // Opens an existing file: takes the lock, repairs from the log, checks page 0. With readOnly unset and a file that
-    // may only be read, opens for reading only (see readOnly()).
+    // may only be read, or that cannot be repaired now, opens for reading only (see readOnly()).
     // Throws FileNotFound, PathNotFound, AccessDenied, Busy, NotADatabase, UnsupportedVersion, Corrupt, Io.
     static std::unique_ptr<Pager> open(Disk& disk, const std::string& path, Options options);
     // Makes (or empties) a file and removes a log left beside it. The first transaction must write page 0.
@@ -42,6 +42,9 @@ class Pager {
 
     [[nodiscard]] virtual const std::string& path() const = 0;
     [[nodiscard]] virtual bool readOnly() const = 0;
+    // Whether a log beside the file is still to be put in order: the file could not be written, for lack of room or of
+    // permission. It is read through the log.
+    [[nodiscard]] virtual bool unrepaired() const = 0;
     // Re-read after every commit that changed page 0.
     [[nodiscard]] virtual const Header& header() const = 0;
     // Pages in the file, those added by the open transaction included.
@@ -58,13 +61,21 @@ class Pager {
     virtual Page& edit(PageNo page) = 0;
     // Adds a zeroed page at the end of the file and returns its number. REQUIRES: inTransaction().
     virtual PageNo extend() = 0;
-    // Durable when it returns. When it throws, the transaction has been rolled back.
+    // Nothing is written when the path of the file leads elsewhere by now or another program wrote the file: Displaced.
+    // Everything can still be read then, from the file itself, the log or the cache.
+    // Durable when it returns, and the file has the room for it. When it throws, the transaction has been rolled back.
     virtual void commit() = 0;
     virtual void rollback() = 0;
     // Counts rollbacks: whoever caches what it read from pages compares this number.
     [[nodiscard]] virtual std::uint64_t rollbacks() const = 0;
 
-    // Flushes the file and removes the log. Called by the destructor too, which swallows errors: the log stays then.
+    // Writes a file that has what the last commit left, log included, with a token of its own, so that no log is ever
+    // taken for the copy's. It is flushed; after an error it is gone again. REQUIRES: nobody uses `path`.
+    virtual void copyTo(Disk& disk, const std::string& path) = 0;
+
+    // Flushes the file and removes the log. Called by the destructor too, which swallows errors. Throws Unfinished when
+    // the log has to stay. A Displaced file is left alone, and what was open is saved beside it under a name of its
+    // own: Rescued, or NotRescued when that fails.
     virtual void close() = 0;
 };
 

@@ -120,6 +120,10 @@ class tst_database_file : public QObject {
         ado::Connection copy;
         copy.Open(fixture::connectionString(file("other.mdb")));
         QCOMPARE(fixture::rowsOf(copy, "select name from parents"), "Rent");
+        // Of a file that another process has open nobody knows what it holds.
+        const auto other = jet::realDisk().open(file("held.mdb").toStdString(), jet::OpenMode::Create);
+        QVERIFY(other->lock(true));
+        QCOMPARE(errorOf([&] { ado::copyDatabaseFile(file("held.mdb"), file("b.mdb")); }), denied);
     }
 };
 

@@ -39,7 +39,7 @@ inline void makeFile(Disk& disk, const std::string& path, const std::string& wor
     pager->close();
 }
 
-// A page of more than one letter, torn, shows as '?'.
+// A page of more than one letter, torn, shows as '?'. Zeros at the end are room that was taken for nothing.
 inline std::string wordOf(Pager& pager) {
     std::string word;
     for (PageNo page = 1; page < pager.pageCount(); ++page) {
@@ -48,6 +48,7 @@ inline std::string wordOf(Pager& pager) {
         const bool whole = std::memcmp(content->bytes.data(), content->bytes.data() + 1, kPageSize - 1) == 0;
         word += whole ? static_cast<char>(first) : '?';
     }
+    word.erase(word.find_last_not_of('\0') + 1);
     return word;
 }
 

@@ -256,7 +256,9 @@ void tst_main::saveAs() {
     // Saving over a budget replaces it; a folder that is not there is an error and changes nothing.
     program.dialogs.choose(program.path("Copy.mdb"));
     program.trigger("mnuFileSaveAs");
-    QCOMPARE(contents(program.path("Copy.mdb")), contents(program.path("Home.mdb")));
+    const auto withoutToken = [&](const char* name) { return contents(program.path(name)).remove(0x7F8, 8); };
+    QCOMPARE(withoutToken("Copy.mdb"), withoutToken("Home.mdb"));
+    QVERIFY(contents(program.path("Copy.mdb")) != contents(program.path("Home.mdb")));
     program.dialogs.choose(program.path("nowhere/Copy.mdb"));
     program.dialogs.answer(controls::MsgAnswer::Ok);
     program.trigger("mnuFileSaveAs");
