@@ -262,7 +262,7 @@ class Works {
         createBudget(m_disk, kPath);
         for (int i = 0; i < 10; ++i)
             with("", m_budget.addEnvelope());
-        for (int i = 0; i < 110; ++i)
+        for (int i = 0; i < 70; ++i)
             with("", m_budget.addItem(m_random));
         many("insert", 6, [&] { return m_budget.addItem(m_random); });
         many("update", 6, [&] { return m_budget.editItem(m_random, 30); });
@@ -272,7 +272,7 @@ class Works {
             with("long values", m_budget.addItem(m_random, size));
         for (const int size : {50'000, 10, 5'000})
             with("long values", m_budget.editItem(m_random, size));
-        many("index splits", 60, [&] { return m_budget.addItem(m_random, 3); });
+        many("index splits", 40, [&] { return m_budget.addItem(m_random, 3); });
         many("envelopes", 3, [&] { return m_budget.renameEnvelope(m_random); });
         with("envelopes", m_budget.deleteEnvelope(m_random));
         with("envelopes", m_budget.addEnvelope());
