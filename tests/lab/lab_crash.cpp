@@ -120,16 +120,21 @@ class Kills {
         }
         ::close(ends[1]);
         Random random(seed);
-        // Mostly within the first statements; sometimes in the opening, which may have a log to replay.
-        ::usleep(static_cast<unsigned>(below(random, below(random, 4) == 0 ? 4'000 : 60'000)));
+        // Mostly while it works; sometimes in the opening, which may have a log to replay.
+        char answer = 0;
+        int answers = 0;
+        if (below(random, 4) != 0)
+            answers += ::read(ends[0], &answer, 1) == 1 ? 1 : 0;
+        ::usleep(static_cast<unsigned>(below(random, 30'000)));
         ::kill(child, SIGKILL);
         int status = 0;
         ::waitpid(child, &status, 0);
         if (!WIFSIGNALED(status))
             lost("the child ended by itself in round " + std::to_string(round));
         std::vector<State> saved{m_saved};
-        char answer = 0;
-        for (; ::read(ends[0], &answer, 1) == 1; ++answered) {
+        while (::read(ends[0], &answer, 1) == 1)
+            ++answers;
+        for (; answers > 0; --answers, ++answered) {
             const Script::Action action = m_script.next();
             m_script.done(action);
             if (action.kind == Script::Kind::SaveAs)
