@@ -2,10 +2,8 @@
 #include "jet/compact.h"
 
 #include <QtTest>
-#include <random>
 
 #include "jet/bytes.h"
-#include "jet/fault_disk.h"
 #include "jet/made_database.h"
 #include "jet/row_store.h"
 
@@ -434,54 +432,6 @@ class tst_compact : public QObject {
         compact(made);
         QCOMPARE(Copy(made).db->table("children").def().pages.size(), std::size_t{1});
         QVERIFY(Copy(made).show("MSysObjects").contains("without a type"));
-    }
-
-    // Whatever operation fails, the source is as it was and no half copy is left.
-    void failingDisk() {
-        MadeDatabase made(description());
-        fill(made, 20);
-        made.db.reset();
-        const Bytes before = made.disk.content(kPath);
-        bool failed = true;
-        for (int n = 1; failed; n += n < 20 ? 1 : 7) {
-            FaultDisk faulty(made.disk);
-            faulty.setPlan({.failAt = static_cast<std::uint64_t>(n)});
-            CompactOptions options;
-            options.disk = &faulty;
-            try {
-                compactDatabase(kPath, kCopy, options);
-                failed = faulty.failed();
-            } catch (const Error& e) {
-                QVERIFY(e.code() == Errc::Io);
-            }
-            if (failed)
-                QVERIFY(made.disk.content(kPath) == before);
-            made.disk.remove(kCopy);
-        }
-    }
-
-    void damagedFiles() {
-        MadeDatabase made(description());
-        fill(made, 30);
-        made.db.reset();
-        const Bytes sound = made.disk.content(kPath);
-        std::mt19937 random(23);
-        int copies = 0;
-        for (int run = 0; run < 150; ++run) {
-            Bytes damaged = sound;
-            for (unsigned i = 0; i <= random() % 3; ++i)
-                damaged[kPageSize + random() % (damaged.size() - kPageSize)] = static_cast<std::uint8_t>(random());
-            made.disk.setContent(kPath, damaged);
-            try {
-                compact(made);
-                ++copies;
-                QCOMPARE(verify(*Copy(made).db), std::vector<std::string>());
-            } catch (const Error&) {
-                QVERIFY(!made.disk.exists(kCopy));
-            }
-            made.disk.remove(kCopy);
-        }
-        QVERIFY(copies > 20 && copies < 150);  // much of a page is not used, the rest is noticed
     }
 };
 

@@ -2,9 +2,7 @@
 #include "jet/database.h"
 
 #include <QTest>
-#include <random>
 
-#include "jet/fault_disk.h"
 #include "jet/made_database.h"
 #include "rows.h"
 
@@ -150,102 +148,6 @@ class TestDatabase : public QObject {
         file.open();
         QCOMPARE(file.db->query("all")->rows.size(), std::size_t{3});
         QCOMPARE(file.db->relationships()[0].columns[0].first, std::string("town"));
-    }
-
-    void survivesAFailingDisk_data() {
-        addColumns<bool>("onwards");
-        addRow("one operation fails", false);
-        addRow("all fail from then on", true);
-    }
-
-    // Statements on a disk whose Nth operation fails, for every N: each is there as a whole or not at all.
-    void survivesAFailingDisk() {
-        QFETCH(bool, onwards);
-        for (std::uint64_t n = 1;; ++n) {
-            MemoryDisk disk;
-            createDatabase(disk, kPath, open_());
-            FaultDisk faulty(disk);
-            faulty.setPlan({.failAt = n, .onwards = onwards, .halfWrite = n % 2 == 0, .error = Errc::Io});
-            QString committed;
-            try {
-                const auto db = Database::open(kPath, {.password = {}, .readOnly = false, .disk = &faulty});
-                const auto statement = [&](const char* name, auto&& work) {
-                    Transaction t(*db);
-                    work();
-                    t.commit();
-                    committed = name;
-                };
-                statement("a", [&] {
-                    Row town = {str("Rome"), std::string(5000, 'm')};
-                    db->table("towns").insert(town);
-                    for (int i = 0; i < 60; ++i) {
-                        Row person = {Null(), str("Rome")};
-                        db->table("people").insert(person);
-                    }
-                });
-                statement("b", [&] {
-                    db->table("towns").update(db->table("towns").inOrder(0).at(0), std::array<std::size_t, 1>{0},
-                                              std::array<Value, 1>{str("Naples and its surroundings")});
-                });
-                statement("c", [&] { db->table("towns").erase(db->table("towns").inOrder(0).at(0)); });
-                db->pager().close();
-            } catch (const Error& e) {
-                QCOMPARE(e.code(), Errc::Io);
-            }
-            const auto db = Database::open(kPath, {.password = {}, .readOnly = false, .disk = &disk});
-            QVERIFY2(verify(*db).empty(), qPrintable(QString("operation %1").arg(n)));
-            // The state after the last statement that was reported as done, or after the one that failed.
-            QString state;
-            if (db->table("towns").rowCount() == 0)
-                state = db->table("people").def().lastAutoNumber == 0 ? "" : "c";
-            else
-                state = db->table("people").lookup(1, std::array<Value, 1>{str("Rome")}).size() == 60 ? "a" : "b";
-            const QString after = committed.isEmpty() ? "a" : committed == "a" ? "b" : "c";
-            QVERIFY2(state == committed || state == after,
-                     qPrintable(QString("%1 is %2, not %3").arg(n).arg(state, committed)));
-            if (!faulty.failed())
-                break;
-            QVERIFY(n < 1000);
-        }
-    }
-
-    // Bytes changed anywhere: an error or an answer, never anything worse.
-    void survivesDamage() {
-        MadeDatabase file(open_());
-        file.insert("towns", {str("Rome"), std::string(3000, 'r')});
-        for (int i = 0; i < 30; ++i)
-            file.insert("people", {Null(), str("Rome")});
-        file.db.reset();
-        const Bytes good = file.disk.content(kPath);
-        std::mt19937 random(7);
-        int refused = 0;
-        for (int round = 0; round < 600; ++round) {
-            Bytes bytes = good;
-            // The structure of a page is at its beginning and its end.
-            const std::size_t page = random() % (good.size() / kPageSize);
-            for (unsigned i = 0; i < 1 + random() % 3; ++i) {
-                const std::size_t at = random() % 2 == 0 ? random() % 80 : random() % kPageSize;
-                bytes[page * kPageSize + at] = static_cast<std::uint8_t>(random());
-            }
-            file.disk.setContent(kPath, bytes);
-            file.disk.remove(logPath(kPath));
-            try {
-                file.open();
-                for (const CatalogEntry& entry : file.db->catalog())
-                    if (entry.type == CatalogEntry::TableType)
-                        static_cast<void>(file.show(entry.name));
-                static_cast<void>(file.db->relationships());
-                static_cast<void>(file.db->query("all"));
-                static_cast<void>(file.db->properties("people"));
-                file.insert("people", {Null(), str("rome")});
-                file.set("towns", file.find("towns", "town", str("Rome")), "town", str("Naples"));
-                file.erase("towns", file.find("towns", "town", str("Naples")));
-            } catch (const Error&) {
-                ++refused;
-            }
-            file.db.reset();
-        }
-        QVERIFY(refused > 100);
     }
 };
 

@@ -11,7 +11,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <csignal>
 #endif
 
 using namespace jet;
@@ -189,46 +188,6 @@ class tst_file : public QObject {
         QCOMPARE(open(false), int(kNoError) & 0xFF);
     }
 
-    // A child commits one letter after the other and reports each; it is killed somewhere in between.
-    void killedWhileCommitting() {
-        makeFile(m_disk, at("budget"), std::string(12, 'a'));
-        std::mt19937 random(5);
-        for (int round = 0; round < 25; ++round) {
-            int ends[2];
-            QCOMPARE(::pipe(ends), 0);
-            const pid_t child = ::fork();
-            if (child == 0) {
-                try {
-                    const auto pager = Pager::open(m_disk, at("budget"), {});
-                    for (char letter = wordOf(*pager)[0];;) {
-                        letter = letter == 'z' ? 'a' : static_cast<char>(letter + 1);
-                        change(*pager, std::string(12, letter));
-                        if (::write(ends[1], &letter, 1) != 1)
-                            break;
-                    }
-                } catch (const Error&) {
-                }
-                ::_exit(1);
-            }
-            ::close(ends[1]);
-            char reported = 0;
-            QCOMPARE(::read(ends[0], &reported, 1), 1);
-            QTest::qSleep(static_cast<int>(random() % 20) + 1);
-            ::kill(child, SIGKILL);
-            int status = 0;
-            ::waitpid(child, &status, 0);
-            QVERIFY(WIFSIGNALED(status));
-            for (char next; ::read(ends[0], &next, 1) == 1;)
-                reported = next;
-            ::close(ends[0]);
-
-            const std::string word = wordOf(m_disk, at("budget"));
-            const char under = reported == 'z' ? 'a' : static_cast<char>(reported + 1);
-            if (word != std::string(12, reported))
-                QCOMPARE(word, std::string(12, under));
-            QVERIFY(!m_disk.exists(at("budget-log.old")));
-        }
-    }
 #endif
 
  private:

@@ -144,34 +144,6 @@ class tst_sql : public QObject {
         QCOMPARE(failures, 0);
     }
 
-    // Whatever is asked, there is an answer or an error.
-    void anyStatement() {
-        const QStringList parts =
-            QString(
-                "select|select *|from tbl_items|"
-                "from tbl_envelopes e inner join tbl_items i on e.envelope = i.envelope|where|group by|order by|"
-                "having|envelope|amount|id|e.envelope|item_date|sum(|count(*)|max(id)|iif(|(|)|,|= 'Rent'|= 3|"
-                "> 0|between|and|or|not|is null|in (1, 2)|like 'R*'|+|-|/|&|as a|a|distinct|top 2|format(|left(|"
-                "mid(|'abc'|2.5|#1/2/2026#|null|desc|from qry_stuffer|new_balance|reconciled|abs(|cdate(|instr(")
-                .split('|');
-        test::Database db;
-        db.execute("insert into tbl_envelopes values ('Rent', 5)");
-        for (int i = 0; i < 4; ++i)
-            db.execute("insert into tbl_items (envelope, amount, item_date) values ('Rent', 1.5, '1/2/2026')");
-        std::uint32_t random = 3;
-        int answered = 0;
-        for (int round = 0; round < 1'500; ++round) {
-            std::string sql = "select";
-            for (int i = 0; i < 10; ++i) {
-                random = random * 1664525 + 1013904223;
-                sql += std::string(" ") + parts[(random >> 10U) % parts.size()].toStdString();
-                for (const char* start : {"", "update tbl_items set amount = "})
-                    answered += !answer(db, start + sql.substr(*start ? 7 : 0), Form::Rows).starts_with("error");
-            }
-        }
-        QVERIFY(answered > 100);
-    }
-
     // What would take long or much memory is refused; what is just short enough has its answer.
     void limits() {
         test::Database db;

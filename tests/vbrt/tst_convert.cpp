@@ -197,37 +197,6 @@ class tst_convert : public QObject {
         QCOMPARE(errorOf([] { vbrt::Round(1, -1); }), 5L);
     }
 
-    void anyBytesAreNumberOrError() {
-        static constexpr char kAlphabet[] = "01234590-,.$(/: )\t+eE&HhOoAPMpmJanFeb;#\"\\yd%\xff\xc3";
-        std::mt19937 random(99);
-        const auto randomText = [&random] {
-            std::string text(random() % 12, '\0');
-            const auto letters = random() % 2 == 0 ? sizeof kAlphabet : 16;  // the zero at the end is one of them
-            for (char& c : text)
-                c = kAlphabet[random() % letters];
-            return text;
-        };
-        int numbers = 0;
-        int dates = 0;
-        for (int i = 0; i < 50'000; ++i) {
-            const std::string text = randomText();
-            const bool numeric = vbrt::IsNumeric(text);
-            numbers += numeric;
-            dates += vbrt::IsDate(text);
-            const long error = errorOf([&] { vbrt::CDbl(text); });
-            QVERIFY(numeric ? error == 0 : error == 6 || error == 13);
-            const long dateError = errorOf([&] { vbrt::CDate(text); });
-            QVERIFY(dateError == 0 || dateError == 6 || dateError == 13);
-            QVERIFY(!vbrt::IsDate(text) || dateError == 0);
-            QVERIFY(std::isfinite(vbrt::Val(text)));
-            const std::string picture = randomText();
-            vbrt::Format(1234.5, picture);
-            if (const std::string shown = vbrt::Format(text, picture); !numeric && !vbrt::IsDate(text))
-                QCOMPARE(shown, text);
-        }
-        QVERIFY(numbers > 1000 && dates > 100);
-    }
-
     void errorTexts() {
         QCOMPARE(vbrt::standardText(13), "Type mismatch");
         QCOMPARE(vbrt::standardText(35602), "Key is not unique in collection");
