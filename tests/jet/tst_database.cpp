@@ -190,7 +190,7 @@ class TestDatabase : public QObject {
                 statement("c", [&] { db->table("towns").erase(db->table("towns").inOrder(0).at(0)); });
                 db->pager().close();
             } catch (const Error& e) {
-                QCOMPARE(e.code(), Errc::Io);
+                QVERIFY(e.code() == Errc::Io || (e.code() == Errc::Unfinished && committed == "c"));
             }
             const auto db = Database::open(kPath, {.password = {}, .readOnly = false, .disk = &disk});
             QVERIFY2(verify(*db).empty(), qPrintable(QString("operation %1").arg(n)));
