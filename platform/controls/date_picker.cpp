@@ -190,6 +190,7 @@ void DatePicker::showPopup() {
         m_calendar = new QCalendarWidget(frame);
         m_calendar->setLocale(us);
         m_calendar->setFirstDayOfWeek(us.firstDayOfWeek());
+        m_calendar->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
         m_calendar->setDateRange(kFirst, kLast);
         auto* const layout = new QVBoxLayout(frame);
         layout->setContentsMargins({});
