@@ -2,7 +2,7 @@
 # install-needed.sh PACKAGE...: installs the Debian packages that are missing, with sudo when not root.
 #
 # Names joined by | are one package that is called differently in other releases, as in a Depends field, newest first:
-# "qt6-svg-plugins|libqt6svg6(<<6.7.2-5)". Silent when nothing is missing; packages are looked for by dpkg alone, so a
+# "qt6-svg-plugins|libqt6svg6(<<6.7.2-5~)". Silent when nothing is missing; packages are looked for by dpkg alone, so a
 # complete machine needs no network and starts at once.
 set -eu
 
