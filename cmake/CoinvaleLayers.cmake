@@ -19,11 +19,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   endif()
   target_compile_options(coinvale_options INTERFACE $<$<CONFIG:Release,RelWithDebInfo>:-Wno-stringop-overread>)
 endif()
-# What Debian asks of its programs: checked string functions and stacks, addresses that nobody can foretell, and tables of
-# functions that are read-only once the program runs.
-include(CheckPIESupported)
-check_pie_supported()
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# What Debian asks of its programs: checked string functions and stacks, and tables of functions that are read-only once
+# the program runs. Its compilers make position-independent programs by themselves; asking for the code of a shared
+# library instead would keep the engine's functions from being inlined.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   target_compile_options(coinvale_options INTERFACE
     $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>
