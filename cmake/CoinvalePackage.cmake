@@ -4,6 +4,7 @@
 set(program_dir lib/coinvale)
 
 install(TARGETS coinvale RUNTIME DESTINATION ${program_dir})
+install(TARGETS jet_tool RUNTIME DESTINATION bin)
 install(FILES "${PROJECT_BINARY_DIR}/Coinvale.chm" DESTINATION ${program_dir})
 install(CODE "
   set(bin \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
@@ -15,8 +16,8 @@ install(FILES packaging/coinvale.desktop DESTINATION share/applications)
 install(FILES packaging/coinvale.metainfo.xml DESTINATION share/metainfo)
 install(FILES resources/images/coinvale.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES LICENSE DESTINATION share/doc/coinvale RENAME copyright)
-# A distribution expects these two compressed.
-foreach(page share/doc/coinvale/changelog share/man/man1/coinvale.1)
+# A distribution expects these compressed.
+foreach(page share/doc/coinvale/changelog share/man/man1/coinvale.1 share/man/man1/jet.1)
   get_filename_component(name "${page}" NAME)
   get_filename_component(folder "${page}" DIRECTORY)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/packaging/${name}")
@@ -38,14 +39,15 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON) # the libraries that the program is linked with, from dpkg-dev
-# The plugin that draws the icons, and Liberation Sans, which stands in for Arial: in wider letters the dates of the
-# reports do not fit their column.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6, fonts-liberation")
+# The plugins that read and draw the icons, which moved out of the library after Debian 12, and Liberation Sans, which
+# stands in for Arial: in wider letters the dates of the reports do not fit their column.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-svg-plugins | libqt6svg6 (<< 6.7.2-5~), fonts-liberation")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-qpa-plugins")
 include(CPack)
 
-add_custom_target(deb COMMAND ${CMAKE_CPACK_COMMAND} -G DEB WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
-add_dependencies(deb coinvale)
+add_custom_target(deb COMMAND sh "${PROJECT_SOURCE_DIR}/cmake/install-needed.sh" dpkg-dev file
+                      COMMAND ${CMAKE_CPACK_COMMAND} -G DEB WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
+add_dependencies(deb coinvale jet_tool)
 if(TARGET help_file)
   add_dependencies(deb help_file)
 endif()

@@ -9,6 +9,8 @@
 #include "controls/hourglass.h"
 #include "controls/message_box.h"
 
+using namespace Qt::StringLiterals;
+
 std::unique_ptr<clsDatabase> objDatabase;
 QString strDatabasePath;
 QString strDatabaseTitle;
@@ -17,7 +19,7 @@ QString strUserName;
 bool blnDatabaseOpen = false;
 
 QString SqlQuote(const QString& strText) {
-    return QString(strText).replace(u'\'', u"''"_qs);
+    return QString(strText).replace(u'\'', u"''"_s);
 }
 
 QString TrimBlanks(const QString& strText) {
@@ -40,7 +42,7 @@ void ExecuteChange(const QString& strSql, const QString& strWhat, Rows rows) {
 }
 
 bool WriteResource(const QString& strName, const QString& strType, const QString& strPath) {
-    QFile resource(u":/"_qs + strType + u'/' + strName);
+    QFile resource(u":/"_s + strType + u'/' + strName);
     if (!resource.open(QIODevice::ReadOnly))
         vbrt::raise(vbrt::kFileNotFound);
     ado::writeDatabaseFile(strPath, resource.readAll());
@@ -48,8 +50,8 @@ bool WriteResource(const QString& strName, const QString& strType, const QString
 }
 
 QString ShapeConnectionString() {
-    return u"Data Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_qs + ado::connectionValue(strDatabasePath) +
-           u";Jet OLEDB:Database Password="_qs + ado::connectionValue(strPassword) + u";Jet OLEDB:Engine Type=4;"_qs;
+    return u"Data Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s + ado::connectionValue(strDatabasePath) +
+           u";Jet OLEDB:Database Password="_s + ado::connectionValue(strPassword) + u";Jet OLEDB:Engine Type=4;"_s;
 }
 
 void ShowError() {

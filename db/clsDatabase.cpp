@@ -16,15 +16,17 @@
 #include "db/basMain.h"
 #include "vbrt/error.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Without the engine type, which only a file to be written has.
 QString JetConnectionString(const QString& strPath) {
-    return u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_qs + ado::connectionValue(strPath) +
-           u";Jet OLEDB:Database Password="_qs + ado::connectionValue(strPassword) + u";"_qs;
+    return u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s + ado::connectionValue(strPath) +
+           u";Jet OLEDB:Database Password="_s + ado::connectionValue(strPassword) + u";"_s;
 }
 
-const QString kEngineType = u"Jet OLEDB:Engine Type=4;"_qs;  // Jet 3.x
+const QString kEngineType = u"Jet OLEDB:Engine Type=4;"_s;  // Jet 3.x
 
 }  // namespace
 

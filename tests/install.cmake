@@ -7,9 +7,10 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${TREE}"
 
 file(GLOB_RECURSE installed LIST_DIRECTORIES FALSE RELATIVE "${TREE}" "${TREE}/*")
 set(expected
-  bin/coinvale lib/coinvale/Coinvale.chm lib/coinvale/coinvale share/applications/coinvale.desktop
+  bin/coinvale bin/jet lib/coinvale/Coinvale.chm lib/coinvale/coinvale share/applications/coinvale.desktop
   share/doc/coinvale/changelog.gz share/doc/coinvale/copyright share/icons/hicolor/scalable/apps/coinvale.svg
-  share/man/man1/coinvale.1.gz share/metainfo/coinvale.metainfo.xml)
+  share/man/man1/coinvale.1.gz share/man/man1/jet.1.gz
+  share/metainfo/coinvale.metainfo.xml)
 if(NOT installed STREQUAL expected)
   message(SEND_ERROR "Installed: ${installed}\nExpected: ${expected}")
 endif()

@@ -8,6 +8,8 @@
 #include "ado/session.h"
 #include "ado/text.h"
 
+using namespace Qt::StringLiterals;
+
 namespace ado {
 namespace {
 
@@ -17,7 +19,7 @@ QString statementText(const QString& source, int options) {
         case adCmdUnspecified:
             return source;
         case adCmdTable:
-            return u"select * from ["_qs + source + u"]"_qs;
+            return u"select * from ["_s + source + u"]"_s;
         default:
             raise(kWrongArgument);
     }

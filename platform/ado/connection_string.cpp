@@ -5,6 +5,8 @@
 
 #include "ado/errors.h"
 
+using namespace Qt::StringLiterals;
+
 namespace ado {
 namespace {
 
@@ -115,7 +117,7 @@ QString connectionValue(const QString& value) {
                        (value.isEmpty() || !kSpecialFirst.contains(value.front()));
     if (plain)
         return value;
-    return u'"' + QString(value).replace(u'"', u"\"\""_qs) + u'"';
+    return u'"' + QString(value).replace(u'"', u"\"\""_s) + u'"';
 }
 
 }  // namespace ado

@@ -467,8 +467,8 @@ class Builder {
     }
 
     void addFixedAces(RowStore& aces) {
-        for (const std::int32_t id : {kObjects, kAces, kQueries})
-            addAce(aces, id, kAdmin, 0x60000, false);
+        for (const PageNo id : {kObjects, kAces, kQueries})
+            addAce(aces, asSigned(id), kAdmin, 0x60000, false);
         addAce(aces, kRelationships, kAdmin, 0xE0000, false);
         for (const std::int32_t id : {kTablesId, kRelationshipsId}) {
             addAce(aces, id, kCreator, kCreatorRights, true);
@@ -477,8 +477,8 @@ class Builder {
         addAce(aces, kDatabasesId, kAdmin, 0x60000, false);
         addAce(aces, kDatabaseDocumentId, kAdmin, 0x6000E, false);
         addAce(aces, kDatabaseDocumentId, kUsers, 0xE, false);
-        for (const std::int32_t id : {kQueries, kRelationships, kObjects})
-            addAce(aces, id, kUsers, 0x14, false);
+        for (const PageNo id : {kQueries, kRelationships, kObjects})
+            addAce(aces, asSigned(id), kUsers, 0x14, false);
         for (const std::int32_t id : {kTablesId, kRelationshipsId})
             addAce(aces, id, kUsers, kEverything, true);
     }

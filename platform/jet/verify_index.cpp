@@ -239,7 +239,8 @@ void Verifier::checkLinks(const Tree& tree) {
         for (std::size_t i = 0; i < pages.size(); ++i) {
             const PageNo previous = i == 0 ? 0 : pages[i - 1].page;
             const PageNo next = i + 1 == pages.size() ? 0 : pages[i + 1].page;
-            const auto right = [&](PageNo have, PageNo want) { return have == want || (level > 0 && have == 0); };
+            const bool leaves = level == 0;
+            const auto right = [leaves](PageNo have, PageNo want) { return have == want || (!leaves && have == 0); };
             if (!tree.broken && (!right(pages[i].previous, previous) || !right(pages[i].next, next)))
                 problem(tree.what + ": page " + std::to_string(pages[i].page) + " has the neighbours " +
                         std::to_string(pages[i].previous) + " and " + std::to_string(pages[i].next) + ", not " +

@@ -8,6 +8,7 @@
 #include "ado/fixture.h"
 #include "rows.h"
 
+using namespace Qt::StringLiterals;
 using fixture::errorOf;
 using fixture::rowsOf;
 
@@ -108,7 +109,7 @@ class tst_connection : public QObject {
         QCOMPARE(affected, 2);
         connection.Execute("update parents set name = 'House' where name = 'Rent'", &affected);
         QCOMPARE(affected, 1);
-        QCOMPARE(rowsOf(connection, "select parent, note from children"), u"House|é"_qs);
+        QCOMPARE(rowsOf(connection, "select parent, note from children"), u"House|é"_s);
         connection.Execute("delete * from parents where name = 'House'", &affected);
         QCOMPARE(affected, 1);
         QCOMPARE(rowsOf(connection, "select count(*) from children"), "0");
@@ -127,10 +128,10 @@ class tst_connection : public QObject {
         addRow("unknown table", "select * from nothing",
                "-2147217865 The Microsoft Jet database engine cannot find the input table "
                "or query 'nothing'.");
-        addRow("no such character", u"insert into parents (name) values ('a✓b')"_qs,
-               u"-2147217913 The character '✓' (U+2713) cannot be stored"_qs);
+        addRow("no such character", u"insert into parents (name) values ('a✓b')"_s,
+               u"-2147217913 The character '✓' (U+2713) cannot be stored"_s);
         addRow("half a character", "insert into parents (name) values ('a" + QString(QChar(0xD83D)) + "b')",
-               u"-2147217913 The character '\uFFFD' (U+FFFD) cannot be stored"_qs);
+               u"-2147217913 The character '\uFFFD' (U+FFFD) cannot be stored"_s);
     }
     void failedStatementsChangeNothing() {
         QFETCH(QString, sql);

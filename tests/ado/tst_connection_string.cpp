@@ -6,6 +6,8 @@
 #include "ado/errors.h"
 #include "rows.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString dump(const QString& text) {
@@ -44,8 +46,8 @@ class tst_connection_string : public QObject {
         addRow("single quotes", "a = 'it''s; \"' ; b=1", "a=[it's; \"] b=[1]");
         addRow("empty quotes", "a=\"\"", "a=[]");
         addRow("the last of two counts", "Mode=Read;MODE=Write", "Mode=[Write]");
-        addRow("beyond Latin", u"Data Source=/tmp/Бюджет 🙂.mdb"_qs,
-               u"Data Source=[/tmp/Бюджет 🙂.mdb]"_qs);
+        addRow("beyond Latin", u"Data Source=/tmp/Бюджет 🙂.mdb"_s,
+               u"Data Source=[/tmp/Бюджет 🙂.mdb]"_s);
 
         addRow("no equals sign", "abc", error);
         addRow("no equals sign before the next pair", "abc;d=1", error);

@@ -11,6 +11,8 @@
 #include "jetsql/error.h"
 #include "rows.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 template <class Work>
@@ -87,9 +89,9 @@ class tst_errors : public QObject {
 
     void characters_data() {
         addColumns<QString, QString>("character", "name");
-        addRow("two bytes", u"Ж"_qs, "U+0416");
-        addRow("three bytes", u"✓"_qs, "U+2713");
-        addRow("four bytes", u"🙂"_qs, "U+1F642");
+        addRow("two bytes", u"Ж"_s, "U+0416");
+        addRow("three bytes", u"✓"_s, "U+2713");
+        addRow("four bytes", u"🙂"_s, "U+1F642");
     }
     void characters() {
         QFETCH(QString, character);

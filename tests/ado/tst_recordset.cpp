@@ -6,6 +6,7 @@
 #include "ado/fixture.h"
 #include "rows.h"
 
+using namespace Qt::StringLiterals;
 using fixture::errorOf;
 using fixture::rowsOf;
 
@@ -182,7 +183,7 @@ class tst_recordset : public QObject {
         addRow("single", "single", QVariant(static_cast<double>(0.1F)), "0.1", "0.10000000149011612");
         addRow("double", "double", QVariant(1.0 / 3), "0.333333333333333", "0.3333333333333333");
         addRow("date", "day", QVariant::fromValue(vbrt::Date{46024.25}), "1/2/2026 6:00:00 AM", "46024.25");
-        addRow("text", "word", QVariant(u"café"_qs), u"café"_qs, "13 Type mismatch");
+        addRow("text", "word", QVariant(u"café"_s), u"café"_s, "13 Type mismatch");
         addRow("memo", "memo", QVariant(QString(3000, 'm')), QString(3000, 'm'), "13 Type mismatch");
         addRow("binary", "bytes", QVariant(QByteArray("\0\1\xFF", 3)), "13 Type mismatch", "13 Type mismatch");
     }

@@ -11,6 +11,8 @@
 #include "jet/file.h"
 #include "vbrt/error.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray bytesOf(const QString& path) {
@@ -88,7 +90,7 @@ class tst_database : public QObject {
                                                    << "''O''Brien''s''";
         QTest::newRow("doubled already") << "''"
                                          << "''''";
-        QTest::newRow("other quotes") << u"\"`´’"_qs << u"\"`´’"_qs;
+        QTest::newRow("other quotes") << u"\"`´’"_s << u"\"`´’"_s;
     }
     void quoting() {
         QFETCH(QString, text);
