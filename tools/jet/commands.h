@@ -18,6 +18,13 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// What is wrong with a file that is read, and in which line; 0 for the file as a whole.
+class LineError : public std::runtime_error {
+ public:
+    LineError(const std::string& path, std::size_t line, const std::string& what)
+        : std::runtime_error(path + ":" + (line == 0 ? "" : std::to_string(line) + ":") + " " + what) {}
+};
+
 struct Arguments {
     std::vector<std::string> names;  // what stands behind the command, without options
     std::map<std::string, std::string, std::less<>> options;
@@ -38,6 +45,9 @@ int runSql(const Arguments& arguments);
 int checkFile(const Arguments& arguments);
 int compactFile(const Arguments& arguments);
 int newBudget(const Arguments& arguments);
+int importStatement(const Arguments& arguments);
+int exportBudget(const Arguments& arguments);
+int backupFile(const Arguments& arguments);
 
 enum class Access : bool { Read, Write };
 // Opens the first name with the password of the options. Where none was given and the file wants one, a person at a
@@ -45,5 +55,6 @@ enum class Access : bool { Read, Write };
 std::shared_ptr<jet::Database> openFile(const Arguments& arguments, Access access);
 // The same with the password that every budget of the program has, when none was given.
 std::shared_ptr<jet::Database> openBudget(const Arguments& arguments, Access access);
-// The password with which openFile() opens it; throws what that throws.
+// The passwords with which these open it; throw what those throw.
 std::string passwordOf(const Arguments& arguments);
+std::string budgetPasswordOf(const Arguments& arguments);

@@ -26,6 +26,13 @@ constexpr const char* kHelp =
     "  check FILE                     checks every rule of the format; exit status 1 if one is broken\n"
     "  compact FILE OUT               writes a copy without free space\n"
     "  new-budget FILE                writes an empty budget\n"
+    "  import [OPTION...] BUDGET STATEMENT\n"
+    "                                 says what a bank statement (OFX, QFX, QIF, camt.053, CSV) would add, and what "
+    "is\n"
+    "                                 known already; --write adds it\n"
+    "  export [--format csv|qif|ledger] BUDGET\n"
+    "                                 writes the budget to standard output\n"
+    "  backup BUDGET FOLDER           makes a dated copy and checks it\n"
     "\n"
     "A file with a password takes --password PASSWORD, --password-file FILE or --password-fd NUMBER, or asks for it.\n"
     "Names behind -- are no options. See jet(1).\n";
@@ -49,6 +56,11 @@ constexpr Command kCommands[] = {
     {"check", checkFile, 1, 1, ""},
     {"compact", compactFile, 2, 2, ""},
     {"new-budget", newBudget, 1, 1, ""},
+    {"import", importStatement, 2, 2,
+     " envelope= account= format= columns= skip= separator= encoding= decimal= date-order= write replace "
+     "create-envelopes "},
+    {"export", exportBudget, 1, 1, " format= "},
+    {"backup", backupFile, 2, 2, ""},
 };
 constexpr Command kDumpPages = {"dump", dumpPages, 1, 1, " pages "};
 
@@ -132,6 +144,9 @@ int main(int argc, char** argv) try { return run(argc, argv); } catch (const Usa
     if (!why.empty())
         std::fprintf(stderr, "jet: %s\n", withoutControls(why).c_str());
     std::fprintf(stderr, "%sTry jet --help.\n", kUsage);
+    return 2;
+} catch (const LineError& error) {
+    std::fprintf(stderr, "%s\n", withoutControls(error.what()).c_str());
     return 2;
 } catch (...) {
     const vbrt::Error error = ado::currentError();

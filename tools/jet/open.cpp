@@ -81,3 +81,9 @@ std::string passwordOf(const Arguments& arguments) {
     openWith(arguments, Access::Read, {}, &password);
     return password;
 }
+
+std::string budgetPasswordOf(const Arguments& arguments) {
+    std::string password;
+    openWith(arguments, Access::Read, jet::budgetTemplate().password, &password);
+    return password;
+}
