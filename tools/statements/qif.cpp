@@ -167,7 +167,8 @@ class QifReader {
             dates.push_back({record.date, record.dateLine});
             amounts.push_back({record.amount, record.amountLine});
             for (const Split& split : record.splits)
-                amounts.push_back({split.amount.empty() ? "0" : split.amount, split.line});
+                amounts.push_back(
+                    {split.amount.empty() ? std::string_view("0") : std::string_view(split.amount), split.line});
         }
         const std::vector<vbrt::Date> days = readDates(dates, m_options.order);
         const std::vector<std::int64_t> cents = readAmounts(amounts, m_options.decimal);
