@@ -36,6 +36,8 @@
 #include "jetsql/parser.h"
 #include "jetsql/statement.h"
 #include "lab/budget_model.h"
+#include "statements/reader.h"
+#include "statements/writer.h"
 #include "vbrt/convert.h"
 #include "vbrt/error.h"
 #include "vbrt/format.h"
@@ -77,6 +79,7 @@ bool tried(Work&& work) {
     } catch (const jetsql::Error&) {
     } catch (const vbrt::Error&) {
     } catch (const chm::Error&) {
+    } catch (const statements::Error&) {
     }
     return false;
 }
@@ -519,6 +522,53 @@ void mutateConversions(Bytes& text, Random& random) {
         "\xC3\xA9");
 }
 
+// --- Bank statements
+
+int fuzzStatements(const std::uint8_t* data, std::size_t size) {
+    const std::string bytes = textOf(data, size);
+    using statements::Format;
+    for (const Format format : {statements::formatOf(bytes), Format::Csv}) {
+        statements::Options options;
+        options.order = statements::DateOrder::MonthDayYear;
+        statements::Statement read;
+        if (!tried([&] { read = statements::read(bytes, format, options); }))
+            continue;
+        for (const statements::Entry& entry : read.entries)
+            promise(format == Format::Csv || (entry.date && vbrt::isInRange(*entry.date)), "a line has a date");
+        statements::Options own;
+        own.order = statements::DateOrder::YearMonthDay;
+        const std::string csv = statements::writeCsv(read);
+        promise(statements::writeCsv(statements::read(csv, Format::Csv, own)) == csv, "what was written is read again");
+        static_cast<void>(statements::writeQif(read));
+        static_cast<void>(statements::writeLedger(read));
+    }
+    return 0;
+}
+
+std::vector<Bytes> statementSeeds() {
+    std::vector<Bytes> seeds;
+    for (const char* text :
+         {"OFXHEADER:100\nENCODING:USASCII\nCHARSET:1252\n\n<OFX><STMTRS><BANKACCTFROM><ACCTID>7</BANKACCTFROM>"
+          "<STMTTRN><DTPOSTED>20260102<TRNAMT>-3.50<FITID>a1<NAME>A &amp; B<MEMO></STMTTRN></STMTRS></OFX>",
+          "<?xml version=\"1.0\"?><?OFX OFXHEADER=\"200\"?><OFX><STMTRS><STMTTRN><DTPOSTED>20260102</DTPOSTED>"
+          "<TRNAMT>5</TRNAMT><NAME>A &lt;B</NAME></STMTTRN></STMTRS></OFX>",
+          "<Document><BkToCstmrStmt><Stmt><Acct><Id><IBAN>D1</IBAN></Id></Acct><Ntry><Amt>1.50</Amt><CdtDbtInd>DBIT"
+          "</CdtDbtInd><BookgDt><Dt>2026-01-02</Dt></BookgDt></Ntry></Stmt></BkToCstmrStmt></Document>",
+          "!Account\nNHome\n^\n!Type:Bank\nD1/2/26\nT-1,234.50\nPShop\nMone\n^\nD1/ 3'26\nT5\nS[Rent]\n$2\nSx\n$3\n^\n",
+          "envelope,date,amount,payee,transfer,budget\nHome,,,,,5\nHome,1/2/2026,\"1,234.50\",\"a\"\"b\",Rent,\n"})
+        seeds.push_back(bytesOf(text));
+    return seeds;
+}
+
+void mutateStatement(Bytes& text, Random& random) {
+    mutateText(
+        text, random,
+        "<STMTTRN> </STMTTRN> </OFX> <NAME> </NAME> <MEMO> <!DOCTYPE &#9; &amp; &x; <![CDATA[ ]]> <Ntry> </Ntry> "
+        "<Sts>PDNG</Sts> ^ ! !Type:Bank !Type:Cat D1/2/26 D31/12/26 T-1 T1.234,5 $0 S[Home] L[Home] \" \"\" , ; "
+        "-0.00 99999999999999 999999999999 (5) 2026-02-30 2026-01-02T25:00:00 \xFF\xFE \xEF\xBB\xBF \xC3\xA9 \xE9 "
+        "\r \n");
+}
+
 struct FuzzTarget {
     const char* name;
     int (*run)(const std::uint8_t* data, std::size_t size);
@@ -532,6 +582,7 @@ constexpr FuzzTarget kTargets[] = {
     {"sql", fuzzSql, sqlSeeds, mutateSql},
     {"chm", fuzzChm, chmSeeds, mutateChm},
     {"conversions", fuzzConversions, conversionSeeds, mutateConversions},
+    {"statements", fuzzStatements, statementSeeds, mutateStatement},
 };
 
 // --- The driver
@@ -624,7 +675,7 @@ int fuzz(const FuzzTarget& target, unsigned seed, unsigned runs, double slow) {
 int main(int argc, char** argv) {
     const QCoreApplication app(argc, argv);
     QCommandLineParser parser;
-    parser.addPositionalArgument("target", "database, log, sql, chm, conversions, or all");
+    parser.addPositionalArgument("target", "database, log, sql, chm, conversions, statements, or all");
     parser.addOptions({{"runs", "How many inputs are made.", "N", "1000"},
                        {"seed", "Of all that is random.", "S", "1"},
                        {"slow", "An input is slow beyond this.", "MS", "1000"},

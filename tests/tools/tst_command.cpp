@@ -117,21 +117,29 @@ class TestCommand : public QObject {
     void runsStatements_data() {
         addColumns<QByteArray, QStringList, QString>("input", "options", "out");
         const QStringList none;
-        addRow("one a line", QByteArray("select id from tbl_items\nselect envelope from tbl_envelopes\n"), none,
-               "id\n1\n2\nenvelope\nRent\n");
-        addRow("semicolons and blank lines",
-               QByteArray("\n ;select id from tbl_items; \n\nselect budget from tbl_envelopes;"), none,
+        const QStringList json("--json");
+        addRow("several lines, a byte-order mark, blank statements",
+               QByteArray("\xEF\xBB\xBFselect id\nfrom tbl_items\n\n ;; select budget from tbl_envelopes"), none,
                "id\n1\n2\nbudget\n500\n");
-        addRow(
-            "quotes keep a statement together",
-            QByteArray("update tbl_items set payee = 'a;\nb' where id = 1\nselect payee from tbl_items where id = 1"),
-            none, "1 rows affected\npayee\na;\\nb\n");
-        addRow("tabs, Null and dates", QByteArray("select comment, payee, item_date from tbl_items order by id"), none,
-               QString::fromUtf8("comment\tpayee\titem_date\none\\ttwo\\nthree\tBob \"Ä\\\\Z\"\t2026-01-02\n\t\t\n"));
-        addRow("as JSON", QByteArray("select id, amount from tbl_items; delete from tbl_items"), QStringList("--json"),
-               "{\"id\":1,\"amount\":-12.5}\n{\"id\":2,\"amount\":0.1}\n2 rows affected\n");
+        addRow("comments, and what only looks like one",
+               QByteArray("-- a; 'b\nselect 5 /* ; \n ' */ --1 as n -- c;\n;select '--' & \"/*\" as a"), none,
+               "n\n6\na\n--/*\n");
+        addRow("semicolons in quotes",
+               QByteArray("update tbl_items set payee = 'a;\nb' where id = 1;select payee as [x;y], \"it's;\" as `p;q` "
+                          "from tbl_items where item_date = #1/2/2026#"),
+               none, "1 rows affected\nx;y\tp;q\na;\\nb\tit's;\n");
+        addRow("tabs, Null, dates, the empty text, control characters",
+               QByteArray("select comment, payee, item_date, '' as e, '\x1B[m' as c from tbl_items order by id"), none,
+               QString::fromUtf8("comment\tpayee\titem_date\te\tc\none\\ttwo\\nthree\tBob \"Ä\\\\Z\"\t2026-01-02\t\t"
+                                 "\\x1B[m\n\\N\t\\N\t\\N\t\t\\x1B[m\n"));
+        addRow("JSON", QByteArray("select id, amount from tbl_items; delete from tbl_items"), json,
+               "[\n{\"statement\":1,\"rows\":[\n{\"id\":1,\"amount\":-12.5},\n{\"id\":2,\"amount\":0.1}\n]\n},\n"
+               "{\"statement\":2,\"affected\":2}\n]\n");
+        addRow("CSV", QByteArray("select payee, comment, '' as e from tbl_items; select 1 as n"), QStringList("--csv"),
+               QString::fromUtf8(
+                   "payee,comment,e\r\n\"Bob \"\"Ä\\Z\"\"\",\"one\ttwo\nthree\",\"\"\r\n,,\"\"\r\n\r\nn\r\n1\r\n"));
         addRow("cascades are not counted",
-               QByteArray("update tbl_envelopes set envelope = 'Home'\nselect envelope from tbl_items"), none,
+               QByteArray("update tbl_envelopes set envelope = 'Home';select envelope from tbl_items"), none,
                "1 rows affected\nenvelope\nHome\nHome\n");
     }
     void runsStatements() {
@@ -144,16 +152,61 @@ class TestCommand : public QObject {
         QCOMPARE(answer.status, 0);
     }
 
-    void keepsWhatCameBeforeAnError() {
+    void showsWhereAStatementIsWrong_data() {
+        addColumns<QByteArray, QStringList, QString, QString>("input", "options", "errors", "out");
+        addRow("goes on, and counts",
+               QByteArray("select envelope\nfrom tbl_envelopes\n  where bduget = = 1;\nselect envelope from "
+                          "tbl_envelopes"),
+               QStringList(),
+               "in statement 1, line 3, column 18:\n    where bduget = = 1\n                   ^\n1 of 2 statements "
+               "failed\n",
+               "envelope\nRent\n");
+        addRow("stops", QByteArray("delete from nowhere; delete from tbl_items"), QStringList("--stop-on-error"),
+               "in statement 1, line 1\nstopped at statement 1\n", "");
+        addRow("characters, not bytes", QByteArray("select 'Ä' &, 1"), QStringList(), "line 1, column 13:\n", "");
+        addRow("in JSON", QByteArray("selekt"), QStringList("--json"), "line 1, column 1:\n  selekt\n  ^\n",
+               "[\n{\"statement\":1,\"error\":{\"number\":-2147217900,\"text\":\"Invalid SQL statement; expected "
+               "'DELETE', 'INSERT', 'SELECT', or 'UPDATE'.\",\"line\":1,\"column\":1}}\n]\n");
+    }
+    void showsWhereAStatementIsWrong() {
+        QFETCH(QByteArray, input);
+        QFETCH(QStringList, options);
+        QFETCH(QString, errors);
         addItems();
-        const Answer answer = jet({"sql", kPassword, m_budget, "delete from tbl_items where id = 1",
-                                   "insert into tbl_items (envelope) values ('nowhere')", "delete from tbl_items"});
+        const Answer answer = jet(QStringList{"sql", kPassword, m_budget} + options, input);
+        QVERIFY2(answer.errors.contains(errors), qPrintable(answer.errors));
+        QTEST(answer.out, "out");
         QCOMPARE(answer.status, 2);
-        QCOMPARE(answer.out, QString("1 rows affected\n"));
-        QCOMPARE(answer.errors,
-                 QString("error -2147467259: You cannot add or change a record because a related record is "
-                         "required in table 'tbl_envelopes'.\n"));
-        QCOMPARE(jet({"sql", kPassword, m_budget, "select id from tbl_items"}).out, QString("id\n2\n"));
+        QCOMPARE(jet({"dump", kPassword, m_budget, "tbl_items"}).out.count('\n'), 2);
+    }
+
+    void takesThePasswordFromElsewhere() {
+        QFile file(path("password"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("kqlmz47\r\nmore");
+        file.close();
+        QCOMPARE(jet({"tables", "--password-file", file.fileName(), m_budget}).status, 0);
+        QCOMPARE(jet({"tables", "--password-fd", "0", m_budget}, "kqlmz47\n").status, 0);
+        QCOMPARE(jet({"tables", "--password-fd", "0", m_budget}, "other\n").status, 2);
+        QCOMPARE(jet({"tables", "--password-fd=0", kPassword, m_budget}).status, 2);
+    }
+
+    void helps() {
+        for (const QStringList& ask : {QStringList{"--help"}, {"sql", "--help"}, {"help"}}) {
+            const Answer answer = jet(ask);
+            QVERIFY(answer.out.startsWith("usage: jet COMMAND") && answer.out.contains("new-budget"));
+            QCOMPARE(answer.errors, QString());
+            QCOMPARE(answer.status, 0);
+        }
+        QVERIFY(jet({"--version"}).out.startsWith("jet (Coinvale) "));
+    }
+
+    void dumpsAQuery() {
+        addItems();
+        QCOMPARE(jet({"dump", "--csv", kPassword, m_budget, "qry_stuffer"}).out,
+                 QString("envelope,budget,current_balance,new_balance\r\nRent,500,-12.4,487.6\r\n"));
+        QCOMPARE(jet({"dump", "--json", kPassword, m_budget, "tbl_envelopes"}).out,
+                 QString("[\n{\"envelope\":\"Rent\",\"budget\":500}\n]\n"));
     }
 
     // Each answer comes when its statement is done, while the input is still open.
@@ -162,7 +215,7 @@ class TestCommand : public QObject {
         QProcess process;
         process.start(JET_COMMAND, {"sql", kPassword, m_budget});
         for (int i = 0; i < 3; ++i) {
-            process.write("update tbl_items set reconciled = '*' where id = 1\n");
+            process.write("update tbl_items set reconciled = '*' where id = 1;\n");
             while (!process.canReadLine() && process.waitForReadyRead(30000)) {
             }
             QCOMPARE(process.readLine(), QByteArray("1 rows affected\n"));
@@ -215,10 +268,10 @@ class TestCommand : public QObject {
     void reportsErrors_data() {
         addColumns<QStringList, QString>("arguments", "begins");
         addRow("nothing", QStringList(), "usage: jet COMMAND");
-        addRow("no such command", QStringList{"list", "BUDGET"}, "usage: ");
-        addRow("no such option", QStringList{"tables", "--all", "BUDGET"}, "usage: ");
-        addRow("too few names", QStringList{"dump", "BUDGET"}, "usage: ");
-        addRow("too many names", QStringList{"tables", "BUDGET", "BUDGET"}, "usage: ");
+        addRow("no such command", QStringList{"list", "BUDGET"}, "jet: ");
+        addRow("no such option", QStringList{"tables", "--all", "BUDGET"}, "jet: ");
+        addRow("too few names", QStringList{"dump", "BUDGET"}, "jet: ");
+        addRow("too many names", QStringList{"tables", "BUDGET", "BUDGET"}, "jet: ");
         addRow("wrong password", QStringList{"tables", "BUDGET"}, "error -2147217843: Not a valid password.");
         addRow("no file", QStringList{"tables", "none.mdb"}, "error -2147467259: Could not find file 'none.mdb'");
         addRow("no table", QStringList{"dump", kPassword, "BUDGET", "none"}, "error -2147217865: ");

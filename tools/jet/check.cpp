@@ -55,7 +55,7 @@ std::vector<std::string> remarksOnTransfers(jet::Database& db) {
 }  // namespace
 
 int checkFile(const Arguments& arguments) {
-    const auto db = openToRead(arguments);
+    const auto db = openFile(arguments, Access::Read);
     Output output;
     std::vector<std::string> remarks;
     const std::vector<std::string> problems = jet::verify(*db, 1000, &remarks);

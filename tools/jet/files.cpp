@@ -9,7 +9,7 @@ int compactFile(const Arguments& arguments) {
     if (jet::realDisk().exists(arguments.names[1]))
         ado::raise(ado::kDatabaseExists);
     jet::CompactOptions options;
-    options.password = arguments.password;
+    options.password = passwordOf(arguments);
     jet::compactDatabase(arguments.names[0], arguments.names[1], options);
     return 0;
 }

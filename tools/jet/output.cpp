@@ -4,8 +4,10 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <set>
 
 #include "jet/error.h"
+#include "terminal.h"
 #include "vbrt/date.h"
 
 namespace {
@@ -71,6 +73,14 @@ void appendEscaped(std::string_view text, std::string& out) {
     std::size_t done = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
+        const auto after = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : std::uint8_t{0};
+        if (c == 0xC2 && after >= 0x80 && after < 0xA0) {  // U+0080 to U+009F
+            out.append(text, done, i - done);
+            out += "\\u00";
+            appendHex(jet::ByteView(&after, 1), out);
+            done = ++i + 1;
+            continue;
+        }
         if (c >= 0x20 && c != '"' && c != '\\' && c != 0x7F)
             continue;
         out.append(text, done, i - done);
@@ -99,21 +109,23 @@ void appendEscaped(std::string_view text, std::string& out) {
 }
 
 void appendPlainText(std::string_view text, std::string& out) {
+    std::string escaped;
     for (const char c : text) {
         if (c == '\t')
-            out += "\\t";
+            escaped += "\\t";
         else if (c == '\n')
-            out += "\\n";
+            escaped += "\\n";
         else if (c == '\r')
-            out += "\\r";
+            escaped += "\\r";
         else if (c == '\\')
-            out += "\\\\";
+            escaped += "\\\\";
         else
-            out += c;
+            escaped += c;
     }
+    out += withoutControls(escaped);
 }
 
-// Writes a value; what only one of the two forms needs is left to Form.
+// Writes a value; what only one of the forms needs is left to Form.
 template <typename Form>
 struct Writer {
     std::string& out;
@@ -166,14 +178,39 @@ struct Json {
 };
 
 struct Plain {
-    static void null(std::string& /*out*/) {}
+    static void null(std::string& out) { out += "\\N"; }
     static void quote(std::string& /*out*/) {}
     static void text(std::string_view v, std::string& out) { appendPlainText(v, out); }
 };
 
+struct Csv {
+    static void null(std::string& /*out*/) {}
+    static void quote(std::string& /*out*/) {}
+    static void text(std::string_view v, std::string& out) {
+        if (!v.empty() && v.find_first_of(",\"\r\n") == std::string_view::npos && v.front() != ' ' && v.back() != ' ') {
+            out += v;
+            return;
+        }
+        out += '"';
+        for (const char c : v) {
+            out += c;
+            if (c == '"')
+                out += c;
+        }
+        out += '"';
+    }
+};
+
 }  // namespace
 
+Output::Output() : m_terminal(isTerminal(1)) {}
+
 void Output::flush() {
+    if (m_terminal) {
+        for (std::size_t at = 0; (at = m_text.find("\r\n", at)) != std::string::npos;)
+            m_text.erase(at, 1);
+        m_text = withoutControls(m_text);
+    }
     const bool written = std::fwrite(m_text.data(), 1, m_text.size(), stdout) == m_text.size();
     m_text.clear();
     if (!written || std::fflush(stdout) != 0)
@@ -192,4 +229,22 @@ void appendJson(const jet::Value& value, std::string& out) {
 
 void appendPlain(const jet::Value& value, std::string& out) {
     std::visit(Writer<Plain>{out}, value);
+}
+
+void appendCsv(const jet::Value& value, std::string& out) {
+    std::visit(Writer<Csv>{out}, value);
+}
+
+std::vector<std::string> jsonKeys(const std::vector<std::string>& names) {
+    std::vector<std::string> keys;
+    std::set<std::string> taken;
+    for (const std::string& name : names) {
+        std::string own = name;
+        for (int n = 2; !taken.insert(own).second; ++n)
+            own = name + " (" + std::to_string(n) + ")";
+        std::string key = keys.empty() ? "{" : ",";
+        appendJsonText(own, key);
+        keys.push_back(key + ":");
+    }
+    return keys;
 }

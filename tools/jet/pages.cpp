@@ -260,7 +260,7 @@ class Account {
 }  // namespace
 
 int dumpPages(const Arguments& arguments) {
-    const auto db = openToRead(arguments);
+    const auto db = openFile(arguments, Access::Read);
     Output output;
     Account(*db).print(output);
     output.flush();

@@ -144,7 +144,7 @@ void showQuery(const jet::StoredQuery& query, Output& output) {
                 output.text() += " flag " + std::to_string(*row.flag);
             for (const auto& text : {row.name1, row.name2, row.expression}) {
                 output.text() += "\t";
-                appendPlain(text ? jet::Value(*text) : jet::Value(), output.text());
+                appendPlain(text.value_or(std::string()), output.text());
             }
             output.endLine();
         }
@@ -160,15 +160,8 @@ bool isUserTable(const jet::CatalogEntry& entry) {
 
 }  // namespace
 
-std::shared_ptr<jet::Database> openToRead(const Arguments& arguments) {
-    jet::OpenOptions options;
-    options.password = arguments.password;
-    options.readOnly = true;
-    return jet::Database::open(arguments.names.front(), options);
-}
-
 int listTables(const Arguments& arguments) {
-    const auto db = openToRead(arguments);
+    const auto db = openFile(arguments, Access::Read);
     Output output;
     for (const jet::CatalogEntry& entry : db->catalog())
         if (isUserTable(entry))
@@ -178,7 +171,7 @@ int listTables(const Arguments& arguments) {
 }
 
 int showSchema(const Arguments& arguments) {
-    const auto db = openToRead(arguments);
+    const auto db = openFile(arguments, Access::Read);
     Output output;
     const std::vector<jet::CatalogEntry> catalog = db->catalog();
     for (const jet::CatalogEntry& entry : catalog)
