@@ -54,7 +54,7 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     lvwStuffer->addColumn("Budget", "budget", 12, ColumnAlignment::Right);
     lvwStuffer->addColumn("Current Bal", "current_balance", 12, ColumnAlignment::Right);
     lvwStuffer->addColumn("New Bal", "new_balance", 12, ColumnAlignment::Right);
-    lvwStuffer->setFillColumn(0);
+    lvwStuffer->setElasticColumns({0});
     lvwStuffer->setHeaderImages(QIcon(":/images/sort_ascending.svg"), QIcon(":/images/sort_descending.svg"));
     // Each total stands below its column.
     for (const int intColumn : {colBudget, colCurrentBal, colNewBal})

@@ -79,7 +79,7 @@ frmMain::frmMain() : dlgFile(this) {
     lvwItems->addColumn("Amount", "amount", 11, ColumnAlignment::Right);
     lvwItems->addColumn("Comment", "comment", 14);
     lvwItems->addColumn("Envelope", "envelope", 12);
-    lvwItems->setFillColumn(5);
+    lvwItems->setElasticColumns({2, 5}, {1, 6});
     lvwItems->setHeaderImages(Image("sort_ascending"), Image("sort_descending"));
     connect(lvwItems, &controls::ListView::columnClicked, this, &frmMain::lvwItems_ColumnClick);
     connect(lvwItems, &controls::ListView::rowDoubleClicked, this, &frmMain::lvwItems_DblClick);
