@@ -2,13 +2,16 @@
 #include "controls/list_view.h"
 
 #include "controls/list_model.h"
+#include "controls/pane_focus.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QProxyStyle>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QToolTip>
 #include <QtMath>
@@ -35,12 +38,15 @@ class ListHeader : public QHeaderView {
         setSectionsMovable(false);
         setHighlightSections(false);
         setStretchLastSection(false);
+        setMinimumSectionSize(2 * kMargin);
     }
 
     std::array<QIcon, 2> images;
+    int keyColumn = -1;  // chosen by keys
     int arrowColumn = -1;
     bool descending = false;
 
+    [[nodiscard]] int bareWidth(int section) const { return sectionSizeFromContents(section).width(); }
     [[nodiscard]] int widthWithArrow(int section) const {
         return sectionSizeFromContents(section).width() + kArrowGap + arrowSize();
     }
@@ -49,10 +55,21 @@ class ListHeader : public QHeaderView {
     void paintSection(QPainter* painter, const QRect& rect, int section) const override;
 
  private:
+    void paintContents(QPainter* painter, const QRect& rect, int section) const;
     [[nodiscard]] int arrowSize() const { return style()->pixelMetric(QStyle::PM_HeaderMarkSize, nullptr, this); }
 };
 
 void ListHeader::paintSection(QPainter* painter, const QRect& rect, int section) const {
+    painter->save();
+    paintContents(painter, rect, section);
+    painter->restore();
+    if (section != keyColumn || !parentWidget()->hasFocus())
+        return;
+    painter->setPen(QPen(palette().color(QPalette::Highlight), 2));
+    painter->drawRect(rect.adjusted(1, 1, -2, -2));
+}
+
+void ListHeader::paintContents(QPainter* painter, const QRect& rect, int section) const {
     if (section != arrowColumn)
         return QHeaderView::paintSection(painter, rect, section);
 
@@ -119,9 +136,13 @@ class CellDelegate : public QStyledItemDelegate {
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         const QColor background = option->palette.color(QPalette::Base);
         QStyledItemDelegate::initStyleOption(option, index);
-        // Pure red is hard to read on a dark theme.
-        if (background.lightness() < 128 && index.data(Qt::ForegroundRole).isValid())
+        if (!index.data(Qt::ForegroundRole).isValid())
+            return;
+        // Pure red is hard to read on a dark theme, and on the colour of the selection.
+        if (background.lightness() < 128)
             option->palette.setColor(QPalette::Text, QColor(255, 128, 128));
+        const bool dark = option->palette.color(QPalette::Active, QPalette::Highlight).lightness() < 160;
+        option->palette.setColor(QPalette::HighlightedText, dark ? QColor(255, 214, 214) : QColor(170, 0, 0));
     }
 };
 
@@ -311,6 +332,12 @@ void ListView::shareWidth() {
         deficit = takeFrom(second, widths, headings, deficit);
         deficit = takeFrom(first, widths, least, deficit);
         deficit = takeFrom(second, widths, least, deficit);
+        for (const int column : others) {  // the room that headings keep for an arrow
+            const auto c = static_cast<std::size_t>(column);
+            least[c] = std::min(needed[c], std::max({m_header->bareWidth(column), m_widths[c].least,
+                                                     std::min(m_widths[c].content, widths[c])}));
+        }
+        takeFrom(others, widths, least, deficit);
     }
     for (qsizetype i = 0; deficit < 0 && i < first.size(); ++i)
         widths[static_cast<std::size_t>(first[i])] +=
@@ -327,6 +354,8 @@ void ListView::setHeaderImages(const QIcon& ascending, const QIcon& descending) 
 }
 
 void ListView::setHeaderArrow(int column, bool descending) {
+    m_model->arrowColumn = column;
+    m_model->arrowDescending = descending;
     m_header->arrowColumn = column;
     m_header->descending = descending;
     m_header->viewport()->update();
@@ -485,7 +514,46 @@ void ListView::keyboardSearch(const QString& search) {
     QTreeView::keyboardSearch(search);
 }
 
+bool ListView::columnKey(QKeyEvent* event) {
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool narrower = event->key() == Qt::Key_Left;
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (columnCount() == 0 || !modifiers.testFlag(Qt::ControlModifier) ||
+        !(enter || narrower || event->key() == Qt::Key_Right))
+        return false;
+    const int column = m_header->keyColumn;
+    if (modifiers == Qt::ControlModifier && !enter)
+        chooseColumn(column < 0 ? 0 : std::clamp(column + (narrower ? -1 : 1), 0, columnCount() - 1));
+    else if (modifiers == Qt::ControlModifier && column >= 0) {
+        emit columnClicked(column);
+        chooseColumn(column);  // told anew, with its order
+    } else if (modifiers == (Qt::ControlModifier | Qt::ShiftModifier) && !enter && column >= 0)
+        setColumnWidth(column, std::max(2 * kMargin,
+                                        columnWidth(column) + (narrower ? -1 : 1) * fontMetrics().averageCharWidth()));
+    event->accept();
+    return true;
+}
+
+void ListView::chooseColumn(int column) {
+    m_header->keyColumn = column;
+    m_header->viewport()->update();
+    const int left = m_header->sectionViewportPosition(column);
+    if (left < 0 || left + columnWidth(column) > viewport()->width())
+        horizontalScrollBar()->setValue(m_header->sectionPosition(column));
+    QAccessibleEvent heading(this, QAccessible::Focus);
+    heading.setChild(column);
+    QAccessible::updateAccessibility(&heading);
+}
+
+// The selection is pale in a list that does not have the focus.
+void ListView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTreeView::initViewItemOption(option);
+    showPaneFocus(*option, hasFocus());
+}
+
 void ListView::keyPressEvent(QKeyEvent* event) {
+    if (columnKey(event))
+        return;
     event->ignore();
     emit keyDown(event);
     if (!event->isAccepted())

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // ListView: a list in report view: column headers, rows of text cells, one selected row.
 //
+// Keys: Ctrl+Left and Ctrl+Right choose a column, whose heading is then framed and told to assistive technology;
+// Ctrl+Enter is a click on it, Ctrl+Shift+Left and Ctrl+Shift+Right make it narrower and wider.
+//
 // It owns its rows (kept compactly, see row_store.h) and shows 100,000 of them at once. Rows and columns count from 0;
 // column 0 is the row's own text, column n its sub-item n. "No row" is -1. A row carries a 32-bit tag, the id of the
 // record it shows. Text goes in as QString or UTF-8; line breaks are kept but shown as blanks.
@@ -124,6 +127,7 @@ class ListView : public QTreeView {
     void contextMenuEvent(QContextMenuEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void initViewItemOption(QStyleOptionViewItem* option) const override;
     void resizeEvent(QResizeEvent* event) override;
     void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override;
@@ -136,6 +140,8 @@ class ListView : public QTreeView {
         int content = 0;      // of the widest cell
         bool chosen = false;  // by the user
     };
+    bool columnKey(QKeyEvent* event);
+    void chooseColumn(int column);
     void measureFont();
     void measureRows(int first, int last);
     [[nodiscard]] int cellWidth(std::string_view text) const;
