@@ -2,6 +2,7 @@
 #include "find/frmFind.h"
 
 #include <QCoreApplication>
+#include <QScreen>
 
 #include "controls/entry_rules.h"
 #include "controls/list_view.h"
@@ -32,6 +33,19 @@ void frmFind::txtFind_Change() {
     cmdFindNext->setEnabled(!txtFind->text().isEmpty());
 }
 
+// The dialog steps aside from the row that it found.
+void frmFind::KeepClearOf(const controls::ListView& lvw) {
+    const QRect rctCell = lvw.visualRect(lvw.currentIndex());
+    const QRect rctRow(lvw.viewport()->mapToGlobal(QPoint(0, rctCell.top())),
+                       QSize(lvw.viewport()->width(), rctCell.height()));
+    if (!frameGeometry().intersects(rctRow))
+        return;
+    const QRect rctScreen = screen()->availableGeometry();
+    const int intHeight = frameGeometry().height();
+    const bool blnBelow = rctRow.bottom() + 1 + intHeight <= rctScreen.bottom();
+    move(frameGeometry().left(), blnBelow ? rctRow.bottom() + 1 : qMax(rctScreen.top(), rctRow.top() - intHeight));
+}
+
 void frmFind::cmdFindNext_Click() try {
     controls::ListView& lvw = objMain.ItemList();
     const int intStart = lvw.selectedRow();
@@ -47,6 +61,7 @@ void frmFind::cmdFindNext_Click() try {
     }
     lvw.ensureVisible(intRow);
     lvw.selectRow(intRow);
+    KeepClearOf(lvw);
 } catch (...) {
     // Kept: a search that fails ends without a message.
 }

@@ -7,6 +7,9 @@
 #include "ui_frmFind.h"
 
 class frmMain;
+namespace controls {
+class ListView;
+}
 
 class frmFind : public QDialog, private Ui::frmFind {
     Q_OBJECT
@@ -15,6 +18,7 @@ class frmFind : public QDialog, private Ui::frmFind {
     explicit frmFind(frmMain& frmOwner);
 
  private:
+    void KeepClearOf(const controls::ListView& lvw);
     void cmdFindNext_Click();
     void cmdCancel_Click();
     void txtFind_Change();

@@ -2,6 +2,7 @@
 #include "help/frmAbout.h"
 
 #include <QCoreApplication>
+#include <QShortcut>
 
 #include "db/basMain.h"
 #include "help/basHelp.h"
@@ -21,6 +22,8 @@ frmAbout::frmAbout(QWidget* frmOwner) : QDialog(frmOwner), tmrAbout(new QTimer(t
     connect(cmdOk, &QPushButton::clicked, this, &frmAbout::cmdOk_Click);
     connect(cmdLicense, &QPushButton::clicked, this, &frmAbout::cmdLicense_Click);
     layout()->setSizeConstraint(QLayout::SetFixedSize);
+    connect(new QShortcut(Qt::Key_F1, this), &QShortcut::activated, this,
+            [this] { ShowHelpTopic(this, "Overview.htm"); });
     tmrAbout->start();
 }
 

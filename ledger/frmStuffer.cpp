@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "ledger/frmStuffer.h"
 
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <cmath>
 
 #include "controls/entry_rules.h"
@@ -17,6 +19,11 @@
 #include "mainwindow/frmMain.h"
 #include "vbrt/exact_sum.h"
 #include "vbrt/qstring.h"
+
+namespace {
+constexpr int intMargin = 6;  // pixels between a cell's text and the edge of its column
+constexpr int intGap = 12;    // between captions
+}  // namespace
 
 QString StufferListSql(const QString& strSortField, const QString& strSortOrder) {
     return "select * from qry_stuffer order by " + SqlQuote(strSortField) + " " + strSortOrder;
@@ -54,11 +61,13 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     lvwStuffer->addColumn("Budget", "budget", 12, ColumnAlignment::Right);
     lvwStuffer->addColumn("Current Bal", "current_balance", 12, ColumnAlignment::Right);
     lvwStuffer->addColumn("New Bal", "new_balance", 12, ColumnAlignment::Right);
-    lvwStuffer->setFillColumn(0);
+    lvwStuffer->setElasticColumns({0});
     lvwStuffer->setHeaderImages(QIcon(":/images/sort_ascending.svg"), QIcon(":/images/sort_descending.svg"));
-    // Each total stands below its column.
+    const QLabel* const lblCaptions[] = {lblLabels_2, lblLabels_3, lblLabels_4};
     for (const int intColumn : {colBudget, colCurrentBal, colNewBal})
-        lytTotals->setColumnMinimumWidth(intColumn, lvwStuffer->columnWidth(intColumn));
+        lvwStuffer->setLeastWidth(intColumn, lblCaptions[intColumn - colBudget]->sizeHint().width() + intGap);
+    connect(lvwStuffer->header(), &QHeaderView::geometriesChanged, this, &frmStuffer::AlignTotals);
+    connect(lvwStuffer->header(), &QHeaderView::sectionResized, this, &frmStuffer::AlignTotals);
 
     connect(cmdStuff, &QPushButton::clicked, this, &frmStuffer::cmdStuff_Click);
     connect(cmdUndoStuff, &QPushButton::clicked, this, &frmStuffer::cmdUndoStuff_Click);
@@ -73,6 +82,20 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     connect(lvwStuffer, &controls::ListView::keyDown, this, &frmStuffer::lvwStuffer_KeyDown);
     connect(lvwStuffer, &controls::ListView::rightMouseUp, this, &frmStuffer::lvwStuffer_MouseUp);
     Form_Load();
+    // Wide enough for the amounts that it opens with.
+    int intWidth = lvwStuffer->header()->sectionSizeHint(0) + lvwStuffer->verticalScrollBar()->sizeHint().width() +
+                   2 * lvwStuffer->frameWidth();
+    for (const int intColumn : {colBudget, colCurrentBal, colNewBal})
+        intWidth += lvwStuffer->columnWidth(intColumn);
+    lvwStuffer->setMinimumWidth(intWidth);
+}
+
+// Each total stands below its column, beside a scroll bar too.
+void frmStuffer::AlignTotals() {
+    for (const int intColumn : {colBudget, colCurrentBal, colNewBal})
+        lytTotals->setColumnMinimumWidth(intColumn, lvwStuffer->columnWidth(intColumn));
+    const int intRight = lvwStuffer->viewport()->geometry().left() + lvwStuffer->header()->length();
+    lytTotals->setContentsMargins(0, 0, qMax(0, lvwStuffer->width() - intRight) + intMargin, 0);
 }
 
 void frmStuffer::Form_Load() try {

@@ -28,6 +28,7 @@ class frmStuffer : public QDialog, private Ui::frmStuffer {
     void Form_Load();
     void LoadList();
     void ShowTotals();
+    void AlignTotals();
     void ChangeItems(const QString& strSql, const QString& strDone, const QString& strTitle);
     [[nodiscard]] QString BudgetDate() const;
     [[nodiscard]] std::int32_t HighestId() const;

@@ -4,13 +4,12 @@
 #include <cstdlib>
 
 LayoutResult LayoutFor(const LayoutInput& in) {
-    constexpr int kTakenByTheRest = 1950;  // frame, menus, toolbar, captions and status bar together
     constexpr int kBesidesTheList = 375;
     constexpr int kGap = 100;
 
     LayoutResult out;
     // Kept: the absolute value, so that a tiny window still gives a positive height.
-    out.intListHeight = std::abs(in.intHeight - kTakenByTheRest);
+    out.intListHeight = std::abs(in.intHeight - in.intTaken);
     if (!in.blnToolbar)
         out.intListHeight += in.intToolbarHeight;
     if (!in.blnStatusBar)

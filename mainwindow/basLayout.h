@@ -5,6 +5,9 @@
 // at the top stays where it is.
 #pragma once
 
+// What frame, menus, toolbar, captions and status bar take of the height together, in the usual font.
+inline constexpr int intUsuallyTaken = 1950;
+
 struct LayoutInput {
     int intHeight = 0;  // outer height of the window, its frame included
     int intWidth = 0;   // outer width
@@ -13,6 +16,7 @@ struct LayoutInput {
     int intToolbarHeight = 0;
     int intStatusBarHeight = 0;
     int intEnvelopesLeft = 0;  // left edge of the label and tree of the envelopes
+    int intTaken = intUsuallyTaken;
 };
 
 struct LayoutResult {

@@ -79,7 +79,7 @@ frmMain::frmMain() : dlgFile(this) {
     lvwItems->addColumn("Amount", "amount", 11, ColumnAlignment::Right);
     lvwItems->addColumn("Comment", "comment", 14);
     lvwItems->addColumn("Envelope", "envelope", 12);
-    lvwItems->setFillColumn(5);
+    lvwItems->setElasticColumns({2, 5}, {1, 6});
     lvwItems->setHeaderImages(Image("sort_ascending"), Image("sort_descending"));
     connect(lvwItems, &controls::ListView::columnClicked, this, &frmMain::lvwItems_ColumnClick);
     connect(lvwItems, &controls::ListView::rowDoubleClicked, this, &frmMain::lvwItems_DblClick);
@@ -100,8 +100,9 @@ frmMain::frmMain() : dlgFile(this) {
     lblEnvelopes->lower();
     setContextMenuPolicy(Qt::NoContextMenu);
 
-    const QRect rctScreen = QGuiApplication::primaryScreen()->geometry();
-    resize(rctScreen.width() * 65 / 100, rctScreen.height() * 6 / 10);
+    const QSize sizScreen = QGuiApplication::primaryScreen()->geometry().size();
+    sizStart = QSize(sizScreen.width() * 65 / 100, sizScreen.height() * 6 / 10);
+    resize(sizStart);
     strSortOrder = "asc";
     // Kept: not the name of a column; opening a budget sets one before the first query.
     strSortField = "date";
@@ -189,13 +190,14 @@ void frmMain::SetAppState() try {
 
 // Designed places of what resizing does not move: the toolbar at the top, below it the captions, below them tree and
 // list, which end where the status bar begins. The captions take whatever the frame and the menu bar of this system
-// leave of the height that the layout reserves for all of them together.
+// leave of the height that the layout reserves for all of them together; where a large font needs more, tree and list
+// have less.
 void frmMain::LayOut() {
     const int intToolbar = tlbMain->sizeHint().height();
     const int intStatusBar = stbMain->sizeHint().height();
-    const int intFrame = frameGeometry().height() - height() + mnuBar->height();
-    const int intCaption =
-        qMax(fontMetrics().height() + 2, controls::twips(1950) - intFrame - intToolbar - intStatusBar);
+    const int intRest = frameGeometry().height() - height() + mnuBar->height() + intToolbar + intStatusBar;
+    const int intTaken = qMax(controls::twips(intUsuallyTaken), intRest + fontMetrics().height() + 2);
+    const int intCaption = intTaken - intRest;
     const int intLeft = 4;
 
     LayoutInput in;
@@ -203,6 +205,7 @@ void frmMain::LayOut() {
     in.intWidth = controls::toTwips(frameGeometry().width());
     in.blnToolbar = !tlbMain->isHidden();
     in.blnStatusBar = !stbMain->isHidden();
+    in.intTaken = controls::toTwips(intTaken);
     in.intToolbarHeight = controls::toTwips(intToolbar);
     in.intStatusBarHeight = controls::toTwips(intStatusBar);
     in.intEnvelopesLeft = controls::toTwips(intLeft);
@@ -228,9 +231,16 @@ void frmMain::resizeEvent(QResizeEvent* evt) try {
     ShowError();
 }
 
-// The size of the frame is known only once the window manager has placed the window.
+// The size of the frame is known only once the window manager has placed the window. It is part of the start size,
+// unless the window manager chose another one.
 void frmMain::moveEvent(QMoveEvent* evt) try {
     QMainWindow::moveEvent(evt);
+    const QSize sizFrame = frameGeometry().size() - size();
+    if (!sizStart.isEmpty() && !sizFrame.isNull()) {
+        if (size() == sizStart && !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen)))
+            resize(sizStart - sizFrame);
+        sizStart = QSize();
+    }
     LayOut();
 } catch (...) {
     ShowError();

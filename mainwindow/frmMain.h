@@ -113,6 +113,7 @@ class frmMain : public QMainWindow, private Ui::frmMain {
 
     controls::CommonDialog dlgFile;        // one dialog for every command, so that its settings carry over
     bool blnEnvelope = false;              // an envelope is selected, and strEnvelope is its name
+    QSize sizStart;                        // outer size to open with; empty once the window has it
     QString strSortField;                  // of the item list: a column of tbl_items
     QString strSortOrder;                  // "asc" or "desc"
     QHash<QString, QAction*> hshCommands;  // menu entries by name, toolbar buttons by key

@@ -18,6 +18,11 @@ namespace {
 constexpr int intReconciledColumn = 3;
 constexpr int intAmountColumn = 4;
 
+// Dates and amounts sort by value, which the database knows; texts sort in place.
+bool SortsByValue(const QString& strField) {
+    return strField == "item_date" || strField == "amount";
+}
+
 // Picks the item of this id and the half that points at it.
 QString WithPartner(int lngId) {
     const QString strId = QString::number(lngId);
@@ -46,6 +51,12 @@ void frmMain::LoadItems() {
     objList.strSql = ItemsSql(RootSelected(), strEnvelope, strSortField, strSortOrder);
     objList.strTagField = "id";
     objList.LoadListView();
+    // A new item then goes where the order of a text column has it.
+    for (int intColumn = 0; intColumn < lvwItems->columnCount(); ++intColumn)
+        if (lvwItems->columnTag(intColumn) == strSortField && !SortsByValue(strSortField)) {
+            SortListView(*lvwItems, intColumn, strSortOrder == "desc" ? 1 : 0);
+            lvwItems->selectRow(0);
+        }
 }
 
 // What was selected stays selected, if it is still there.
@@ -87,8 +98,7 @@ void frmMain::lvwItems_ColumnClick(int intColumn) try {
     const QString strTag = lvwItems->columnTag(intColumn);
     const bool blnDescending = ChangeSort(strTag, strSortField, strSortOrder);
     ShowHeaderArrow(*lvwItems, intColumn, blnDescending);
-    // Dates and amounts sort by value, which the database knows; texts sort in place.
-    if (strTag == "item_date" || strTag == "amount")
+    if (SortsByValue(strTag))
         LoadItems();
     else
         SortListView(*lvwItems, intColumn, blnDescending ? 1 : 0);

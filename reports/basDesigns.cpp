@@ -10,11 +10,11 @@ BandDesign PageHeader(double dblWidth, const ReportColumns& cols) {
                    106,
                    {
                        label("lblDate", "%d", {0, 0, 120}),
-                       label("lblPage", "Page %p", {dblWidth - 120, 0, 120}, styRight),
-                       label("lblProduct", "Coinvale", {dblHalf - 150, 0, 300}, {.align = Align::Center}),
+                       label("lblPage", "Page %p", {dblHalf - 60, 0, 120}, {.align = Align::Center}),
+                       label("lblProduct", "Coinvale", {dblWidth - 120, 0, 120}, styRight),
                        label("lblTitle", "%i", {dblHalf - 200, 15, 400}, {Align::Center, 16, true, 1}),
                        label("lblEnvelopeCaption", "Envelope:", {0, 46, 62}, {.bold = true}),
-                       label("lblEnvelope", "All Envelopes", {66, 46, dblWidth - 66}),
+                       label("lblEnvelope", "All Envelopes", {66, 46, dblWidth - 66}, {.lines = kAllLines}),
                        label("lblDateRangeCaption", "Date Range:", {0, 59, 62}, {.bold = true}),
                        label("lblDateRange", "All Dates", {66, 59, dblWidth - 66}),
                        rule("linTop", {0, 79, dblWidth}),
@@ -28,8 +28,10 @@ BandDesign PageHeader(double dblWidth, const ReportColumns& cols) {
 
 BandDesign DetailRow(const ReportColumns& cols) {
     BandDesign bnd{Band::Detail, 14, {}};
-    for (const ReportColumn& col : cols)
+    for (const ReportColumn& col : cols) {
         bnd.controls.push_back(textBox(col.strName, col.strField, col.strFormat, col.At(0), col.Text(false)));
+        bnd.controls.back().repeats = col.blnRepeats;
+    }
     return bnd;
 }
 

@@ -29,15 +29,16 @@ struct ReportColumn {
     double dblLeft;
     double dblWidth;
     datareport::Align align = datareport::Align::Left;
-    int intLines = 1;  // a longer text is wrapped into so many
+    int intLines = 1;  // kAllLines for a text that wraps as far as it needs
     bool blnTotal = false;
+    bool blnRepeats = false;  // shown again where a row goes on over the end of a page
 
     [[nodiscard]] datareport::Place At(double dblTop) const { return {dblLeft, dblTop, dblWidth}; }
     [[nodiscard]] datareport::Style Text(bool blnBold) const { return {align, 9, blnBold, blnBold ? 1 : intLines}; }
 };
 using ReportColumns = std::vector<ReportColumn>;
 
-// Date, page number, program, title, criteria, and the headings over their columns.
+// Date, page number, product, title, criteria, and the headings over their columns.
 datareport::BandDesign PageHeader(double dblWidth, const ReportColumns& cols);
 // The text boxes of one row.
 datareport::BandDesign DetailRow(const ReportColumns& cols);

@@ -68,7 +68,7 @@ void ShowReport(QWidget* frmOwner, const ReportRequest& rpt, bool blnPreview) {
         objReport.setCaption(datareport::Band::PageHeader, "lblEnvelope", rpt.strEnvelope);
     if (!rpt.strDateRange.isEmpty())
         objReport.setCaption(datareport::Band::PageHeader, "lblDateRange", rpt.strDateRange);
-    objReport.setHelp([](QWidget* frmPreview) { ShowHelpTopic(frmPreview, "Reports.htm"); });
+    objReport.setHelp([](QWidget* frmPreview) { ShowHelpTopic(frmPreview, "Reports.htm#preview"); });
     if (blnPreview)
         objReport.Show(frmOwner);
     else

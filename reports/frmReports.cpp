@@ -23,6 +23,12 @@ frmReports::frmReports(QWidget* frmOwner) : QDialog(frmOwner) {
     connect(cmdClose, &QPushButton::clicked, this, &frmReports::cmdClose_Click);
     ConnectHelp(this, cmdHelp, "Reports.htm");
     controls::applyEntryRules(this);
+    // The boxes of both frames begin at one line.
+    int intCaptions = 0;
+    for (const QLabel* lblCaption : {lblLabels_2, lblLabels_3, lblLabels_4, lblLabels_5, lblLabels_6, lblLabels_7})
+        intCaptions = qMax(intCaptions, lblCaption->sizeHint().width());
+    lytSelect->setColumnMinimumWidth(0, intCaptions);
+    lytSort->setColumnMinimumWidth(0, intCaptions);
     Form_Load();
 }
 

@@ -6,27 +6,28 @@ using namespace datareport;
 
 Design rptEnvelope() {
     const ReportColumns cols = {
-        {"Date", "txtItemDate", "item_date", strReportDate, 0, 66},
-        {"Number", "txtItemNum", "item_num", "", 68, 42},
-        {"Payee", "txtPayee", "payee", "", 112, 160, Align::Left, 3},
+        {"Date", "txtItemDate", "item_date", strReportDate, 0, 66, Align::Left, 1, false, true},
+        {"Number", "txtItemNum", "item_num", "", 68, 42, Align::Left, kAllLines},
+        {"Payee", "txtPayee", "payee", "", 112, 160, Align::Left, kAllLines},
         {"R", "txtReconciled", "reconciled", "", 274, 14, Align::Center},
         {"Amount", "txtAmount", "amount", "#,##0.00;(#,##0.00)", 290, 82, Align::Decimal, 1, true},
-        {"Comment", "txtComment", "comment", "", 386, 137, Align::Left, 3},
+        {"Comment", "txtComment", "comment", "", 386, 137, Align::Left, kAllLines},
     };
-    return {.name = "rptEnvelope",
-            .title = "Envelope Report",
-            .childMember = "cmdEnvelope",
-            .orientation = Orientation::Portrait,
-            .width = dblPortraitWidth,
-            .bands = {
-                {Band::ReportHeader, 0, {}},
-                PageHeader(dblPortraitWidth, cols),
-                {Band::GroupHeader,
-                 18,
-                 {textBox("txtEnvelope", "envelope", "", {0, 2, dblPortraitWidth}, {Align::Left, 10, true, 1})}},
-                DetailRow(cols),
-                Totals(Band::GroupFooter, dblPortraitWidth, "Total", cols),
-                {Band::PageFooter, 0, {}},
-                {Band::ReportFooter, 0, {}},
-            }};
+    return {
+        .name = "rptEnvelope",
+        .title = "Envelope Report",
+        .childMember = "cmdEnvelope",
+        .orientation = Orientation::Portrait,
+        .width = dblPortraitWidth,
+        .bands = {
+            {Band::ReportHeader, 0, {}},
+            PageHeader(dblPortraitWidth, cols),
+            {Band::GroupHeader,
+             18,
+             {textBox("txtEnvelope", "envelope", "", {0, 2, dblPortraitWidth}, {Align::Left, 10, true, kAllLines})}},
+            DetailRow(cols),
+            Totals(Band::GroupFooter, dblPortraitWidth, "Total", cols),
+            {Band::PageFooter, 0, {}},
+            {Band::ReportFooter, 0, {}},
+        }};
 }

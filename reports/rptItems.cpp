@@ -6,13 +6,13 @@ using namespace datareport;
 
 Design rptItems() {
     const ReportColumns cols = {
-        {"Date", "txtItemDate", "item_date", strReportDate, 0, 66},
-        {"Number", "txtItemNum", "item_num", "", 68, 46},
-        {"Payee", "txtPayee", "payee", "", 118, 164, Align::Left, 3},
+        {"Date", "txtItemDate", "item_date", strReportDate, 0, 66, Align::Left, 1, false, true},
+        {"Number", "txtItemNum", "item_num", "", 68, 46, Align::Left, kAllLines},
+        {"Payee", "txtPayee", "payee", "", 118, 164, Align::Left, kAllLines},
         {"R", "txtReconciled", "reconciled", "", 286, 14, Align::Center},
         {"Amount", "txtAmount", "amount", strReportMoney, 304, 88, Align::Right, 1, true},
-        {"Comment", "txtComment", "comment", "", 406, 176, Align::Left, 3},
-        {"Envelope", "txtEnvelope", "envelope", "", 590, 130, Align::Left, 2},
+        {"Comment", "txtComment", "comment", "", 406, 176, Align::Left, kAllLines},
+        {"Envelope", "txtEnvelope", "envelope", "", 590, 130, Align::Left, kAllLines},
     };
     return ListReport("rptItems", "Items Report", Orientation::Landscape, dblLandscapeWidth, "Total", cols);
 }

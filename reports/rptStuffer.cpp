@@ -6,7 +6,7 @@ using namespace datareport;
 
 Design rptStuffer() {
     const ReportColumns cols = {
-        {"Envelope", "txtEnvelope", "envelope", "", 0, 196, Align::Left, 2},
+        {"Envelope", "txtEnvelope", "envelope", "", 0, 196, Align::Left, kAllLines},
         {"Budget", "txtBudget", "budget", strReportMoney, 202, 100, Align::Right, 1, true},
         // Kept: the names of the last two come from the Summary Report.
         {"Current Bal", "txtDeposits", "current_balance", strReportMoney, 312, 100, Align::Right, 1, true},

@@ -6,7 +6,7 @@ using namespace datareport;
 
 Design rptSummary() {
     const ReportColumns cols = {
-        {"Envelope", "txtEnvelope", "envelope", "", 0, 160, Align::Left, 2},
+        {"Envelope", "txtEnvelope", "envelope", "", 0, 160, Align::Left, kAllLines},
         {"Budget", "txtBudget", "budget", strReportMoney, 166, 84, Align::Right, 1, true},
         {"Deposits", "txtDeposits", "deposits", strReportMoney, 257, 84, Align::Right, 1, true},
         {"Payments", "txtPayments", "payments", strReportMoney, 348, 84, Align::Right, 1, true},

@@ -141,13 +141,20 @@ bool CommonDialog::showPrinter() {
     return QPrintDialog(&printer(), m_parent).exec() == QDialog::Accepted;
 }
 
+QPageSize ownPaper(const QPrinterInfo& info) {
+    const QPageSize paper = info.isNull() ? QPageSize() : info.defaultPageSize();
+    if (paper.isValid())
+        return paper;
+    static const QList<QLocale::Territory> letter = {QLocale::UnitedStates, QLocale::Canada,     QLocale::Mexico,
+                                                     QLocale::Colombia,     QLocale::Venezuela,  QLocale::Chile,
+                                                     QLocale::Guatemala,    QLocale::PuertoRico, QLocale::Philippines};
+    return QPageSize(letter.contains(QLocale::system().territory()) ? QPageSize::Letter : QPageSize::A4);
+}
+
 QPrinter& printer() {
     if (!processPrinter) {
         processPrinter = std::make_unique<QPrinter>(QPrinter::HighResolution);
-        // Without a printer the paper is that of the country.
-        if (QPrinterInfo::availablePrinterNames().isEmpty() &&
-            QLocale::system().measurementSystem() == QLocale::ImperialUSSystem)
-            processPrinter->setPageSize(QPageSize(QPageSize::Letter));
+        processPrinter->setPageSize(ownPaper(QPrinterInfo(*processPrinter)));
         qAddPostRoutine([] { processPrinter.reset(); });  // it must not outlive the application
     }
     return *processPrinter;

@@ -8,7 +8,9 @@
 #include <QString>
 #include <optional>
 
+class QPageSize;
 class QPrinter;
+class QPrinterInfo;
 class QWidget;
 
 namespace controls {
@@ -48,7 +50,9 @@ class CommonDialog {
     QWidget* m_parent;
 };
 
-// The one printer of the process: what Print Setup chose, made on first use.
+// The one printer of the process: what Print Setup chose, made on first use with ownPaper().
 QPrinter& printer();
+// The paper that the system says is in a printer; without a printer Letter or A4, by country.
+QPageSize ownPaper(const QPrinterInfo& info);
 
 }  // namespace controls

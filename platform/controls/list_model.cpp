@@ -84,6 +84,9 @@ QVariant ListModel::headerData(int section, Qt::Orientation orientation, int rol
     const Column& column = columns[static_cast<std::size_t>(section)];
     if (role == Qt::DisplayRole)
         return column.header;
+    if (role == Qt::AccessibleTextRole && section == arrowColumn)
+        return column.header +
+               (arrowDescending ? QStringLiteral(", sorted descending") : QStringLiteral(", sorted ascending"));
     if (role == Qt::TextAlignmentRole)
         return QVariant::fromValue(qtAlignment(column.alignment));
     return {};

@@ -67,6 +67,8 @@ class ListModel : public QAbstractTableModel {
     bool sorted = false;
     int sortKey = 0;
     Qt::SortOrder sortOrder = Qt::AscendingOrder;
+    int arrowColumn = -1;  // whose heading tells assistive technology of the order
+    bool arrowDescending = false;
 
  private:
     [[nodiscard]] std::vector<quint32> sortedOrder() const;

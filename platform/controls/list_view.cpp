@@ -2,14 +2,19 @@
 #include "controls/list_view.h"
 
 #include "controls/list_model.h"
+#include "controls/pane_focus.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QProxyStyle>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
+#include <QToolTip>
+#include <QtMath>
 #include <algorithm>
 #include <array>
 #include <cassert>
@@ -21,6 +26,7 @@ namespace {
 constexpr int kMargin = 6;            // pixels on each side of a cell's text, so that columns stand apart
 constexpr int kRowMargin = 2;         // pixels above and below it
 constexpr int kArrowGap = 4;          // pixels between a header's text and its arrow
+constexpr int kMostDigits = 24;       // a column of figures that is never cut is no wider than so many
 constexpr qsizetype kPainted = 1024;  // characters; no column is wider, and a memo may be very long
 
 }  // namespace
@@ -32,12 +38,15 @@ class ListHeader : public QHeaderView {
         setSectionsMovable(false);
         setHighlightSections(false);
         setStretchLastSection(false);
+        setMinimumSectionSize(2 * kMargin);
     }
 
     std::array<QIcon, 2> images;
+    int keyColumn = -1;  // chosen by keys
     int arrowColumn = -1;
     bool descending = false;
 
+    [[nodiscard]] int bareWidth(int section) const { return sectionSizeFromContents(section).width(); }
     [[nodiscard]] int widthWithArrow(int section) const {
         return sectionSizeFromContents(section).width() + kArrowGap + arrowSize();
     }
@@ -46,10 +55,21 @@ class ListHeader : public QHeaderView {
     void paintSection(QPainter* painter, const QRect& rect, int section) const override;
 
  private:
+    void paintContents(QPainter* painter, const QRect& rect, int section) const;
     [[nodiscard]] int arrowSize() const { return style()->pixelMetric(QStyle::PM_HeaderMarkSize, nullptr, this); }
 };
 
 void ListHeader::paintSection(QPainter* painter, const QRect& rect, int section) const {
+    painter->save();
+    paintContents(painter, rect, section);
+    painter->restore();
+    if (section != keyColumn || !parentWidget()->hasFocus())
+        return;
+    painter->setPen(QPen(palette().color(QPalette::Highlight), 2));
+    painter->drawRect(rect.adjusted(1, 1, -2, -2));
+}
+
+void ListHeader::paintContents(QPainter* painter, const QRect& rect, int section) const {
     if (section != arrowColumn)
         return QHeaderView::paintSection(painter, rect, section);
 
@@ -101,13 +121,28 @@ class CellDelegate : public QStyledItemDelegate {
         return value.toString().left(kPainted);
     }
 
+    // The whole of a text that is cut.
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override {
+        if (event->type() != QEvent::ToolTip)
+            return QStyledItemDelegate::helpEvent(event, view, option, index);
+        const QString text = index.data().toString();
+        const bool cut = view->fontMetrics().horizontalAdvance(text.left(kPainted)) + 2 * kMargin > option.rect.width();
+        QToolTip::showText(event->globalPos(), cut ? "<p>" + text.toHtmlEscaped() + "</p>" : QString(), view);
+        return true;
+    }
+
  protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         const QColor background = option->palette.color(QPalette::Base);
         QStyledItemDelegate::initStyleOption(option, index);
-        // Pure red is hard to read on a dark theme.
-        if (background.lightness() < 128 && index.data(Qt::ForegroundRole).isValid())
+        if (!index.data(Qt::ForegroundRole).isValid())
+            return;
+        // Pure red is hard to read on a dark theme, and on the colour of the selection.
+        if (background.lightness() < 128)
             option->palette.setColor(QPalette::Text, QColor(255, 128, 128));
+        const bool dark = option->palette.color(QPalette::Active, QPalette::Highlight).lightness() < 160;
+        option->palette.setColor(QPalette::HighlightedText, dark ? QColor(255, 214, 214) : QColor(170, 0, 0));
     }
 };
 
@@ -135,8 +170,27 @@ ListView::ListView(QWidget* parent) : QTreeView(parent), m_model(new ListModel(t
     setTabKeyNavigation(false);
 
     connect(m_header, &QHeaderView::sectionClicked, this, &ListView::columnClicked);
-    connect(m_header, &QHeaderView::sectionResized, this, &ListView::followResize);
+    connect(m_header, &QHeaderView::sectionResized, this, [this](int column) {
+        if (m_sharing)
+            return;
+        m_widths.at(static_cast<std::size_t>(column)).chosen = true;
+        shareWidth();
+    });
     connect(m_model, &QAbstractItemModel::modelReset, this, &ListView::reportSelection);
+    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
+        for (Width& width : m_widths)
+            width.content = 0;
+        measureRows(0, rowCount() - 1);
+        shareWidth();
+    });
+    const auto measure = [this](int first, int last) {
+        measureRows(first, last);
+        shareWidth();
+    };
+    connect(m_model, &QAbstractItemModel::rowsInserted, this,
+            [measure](const QModelIndex&, int first, int last) { measure(first, last); });
+    connect(m_model, &QAbstractItemModel::dataChanged, this,
+            [measure](const QModelIndex& first, const QModelIndex& last) { measure(first.row(), last.row()); });
 }
 
 ListView::~ListView() = default;
@@ -144,10 +198,10 @@ ListView::~ListView() = default;
 void ListView::addColumn(const QString& header, const QString& tag, int widthChars, ColumnAlignment alignment) {
     assert(columnCount() < static_cast<int>(RowStore::kMaxCells));
     m_model->addColumn({header, tag, alignment});
-    const int column = columnCount() - 1;
-    const int forText = widthChars * fontMetrics().horizontalAdvance(u'0') + 2 * kMargin;
-    const int forHeader = m_header->widthWithArrow(column);
-    setColumnWidth(column, std::max(forText, forHeader));
+    m_widths.emplace_back();
+    m_widthChars.push_back(widthChars);
+    measureFont();
+    shareWidth();
 }
 
 int ListView::columnCount() const {
@@ -163,28 +217,135 @@ ColumnAlignment ListView::columnAlignment(int column) const {
     return m_model->columns.at(static_cast<std::size_t>(column)).alignment;
 }
 
-void ListView::setFillColumn(int column) {
-    m_fillColumn = column;
-    m_fillMinimum = column < 0 ? 0 : columnWidth(column);
-    fillWidth();
+void ListView::setElasticColumns(const QList<int>& first, const QList<int>& second) {
+    m_first = first;
+    m_second = second;
+    shareWidth();
 }
 
-void ListView::fillWidth() {
-    if (m_fillColumn < 0 || m_filling)
-        return;
-    const int others = m_header->length() - columnWidth(m_fillColumn);
-    m_filling = true;
-    setColumnWidth(m_fillColumn, std::max(m_fillMinimum, viewport()->width() - others));
-    m_filling = false;
+void ListView::setLeastWidth(int column, int width) {
+    m_widths.at(static_cast<std::size_t>(column)).least = width;
+    shareWidth();
 }
 
-void ListView::followResize(int column) {
-    if (m_filling)
+// Called for every column of a new font; the cells are measured anew as well.
+void ListView::measureFont() {
+    const QFontMetricsF metrics(font());
+    for (std::size_t c = 0; c < m_advances.size(); ++c)
+        m_advances[c] = qCeil(metrics.horizontalAdvance(c < u' ' ? u' ' : QChar(static_cast<char16_t>(c))) * 64);
+    for (int column = 0; column < columnCount(); ++column) {
+        Width& width = m_widths[static_cast<std::size_t>(column)];
+        width.heading = m_header->widthWithArrow(column);
+        width.comfortable =
+            m_widthChars[static_cast<std::size_t>(column)] * fontMetrics().horizontalAdvance(u'0') + 2 * kMargin;
+        width.content = 0;
+    }
+    measureRows(0, rowCount() - 1);
+}
+
+int ListView::cellWidth(std::string_view text) const {
+    if (text.empty())
+        return 0;
+    text = text.substr(0, kPainted);
+    int units = 0;
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) >= m_advances.size()) {
+            const QString shown = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+            units = fontMetrics().horizontalAdvance(shown) * 64;
+            break;
+        }
+        units += m_advances[static_cast<unsigned char>(c)];
+    }
+    return units / 64 + 2 + 2 * kMargin;  // what rounding may lose
+}
+
+void ListView::measureRows(int first, int last) {
+    for (int row = first; row <= last; ++row)
+        for (int column = 0; column < columnCount(); ++column) {
+            Width& width = m_widths[static_cast<std::size_t>(column)];
+            width.content = std::max(width.content, cellWidth(utf8(row, column)));
+        }
+}
+
+// Never cut, but within reason: a file may hold an amount of 300 digits.
+int ListView::neededWidth(int column) const {
+    const Width& width = m_widths[static_cast<std::size_t>(column)];
+    const int most = kMostDigits * m_advances['0'] / 64;
+    return std::max({width.heading, width.least, std::min(width.content, most)});
+}
+
+namespace {
+
+// Takes `deficit` pixels from the widest of the columns first, none below its floor; returns what is still missing.
+int takeFrom(const QList<int>& columns, std::vector<int>& widths, const std::vector<int>& floors, int deficit) {
+    while (deficit > 0) {
+        int widest = -1;
+        for (const int column : columns) {
+            const auto c = static_cast<std::size_t>(column);
+            if (widths[c] > floors[c] && (widest < 0 || widths[c] > widths[static_cast<std::size_t>(widest)]))
+                widest = column;
+        }
+        if (widest < 0)
+            break;
+        --widths[static_cast<std::size_t>(widest)];
+        --deficit;
+    }
+    return deficit;
+}
+
+}  // namespace
+
+void ListView::shareWidth() {
+    if (m_sharing || columnCount() == 0)
         return;
-    if (column == m_fillColumn)
-        m_fillColumn = -1;  // the user's word stands
-    else
-        fillWidth();
+    const auto count = static_cast<std::size_t>(columnCount());
+    const int room = viewport()->width();
+    QList<int> first;
+    QList<int> second;
+    QList<int> others;
+    std::vector<int> widths(count);
+    std::vector<int> needed(count);
+    std::vector<int> headings(count);
+    std::vector<int> least(count);
+    int total = 0;
+    for (int column = 0; column < columnCount(); ++column) {
+        const auto c = static_cast<std::size_t>(column);
+        const bool elastic = m_first.contains(column) || m_second.contains(column);
+        if (m_widths[c].chosen)
+            widths[c] = columnWidth(column);
+        else {
+            (m_first.contains(column) ? first : m_second.contains(column) ? second : others) += column;
+            needed[c] = neededWidth(column);
+            widths[c] = std::max(needed[c], m_widths[c].comfortable);
+            if (elastic)
+                widths[c] = std::min(widths[c], room);
+            headings[c] = m_widths[c].heading;
+            least[c] = 2 * kMargin + fontMetrics().averageCharWidth();
+        }
+        total += widths[c];
+    }
+    // The order in which columns give way: first to what their cells need, then to their headings, at last to a letter.
+    int deficit = total - room;
+    if (!m_first.isEmpty() || !m_second.isEmpty()) {
+        deficit = takeFrom(others + second, widths, needed, deficit);
+        deficit = takeFrom(first, widths, headings, deficit);
+        deficit = takeFrom(second, widths, headings, deficit);
+        deficit = takeFrom(first, widths, least, deficit);
+        deficit = takeFrom(second, widths, least, deficit);
+        for (const int column : others) {  // the room that headings keep for an arrow
+            const auto c = static_cast<std::size_t>(column);
+            least[c] = std::min(needed[c], std::max({m_header->bareWidth(column), m_widths[c].least,
+                                                     std::min(m_widths[c].content, widths[c])}));
+        }
+        takeFrom(others, widths, least, deficit);
+    }
+    for (qsizetype i = 0; deficit < 0 && i < first.size(); ++i)
+        widths[static_cast<std::size_t>(first[i])] +=
+            (room - total) / static_cast<int>(first.size()) + (i < (room - total) % first.size() ? 1 : 0);
+    m_sharing = true;
+    for (std::size_t c = 0; c < count; ++c)
+        setColumnWidth(static_cast<int>(c), widths[c]);
+    m_sharing = false;
 }
 
 void ListView::setHeaderImages(const QIcon& ascending, const QIcon& descending) {
@@ -193,6 +354,8 @@ void ListView::setHeaderImages(const QIcon& ascending, const QIcon& descending) 
 }
 
 void ListView::setHeaderArrow(int column, bool descending) {
+    m_model->arrowColumn = column;
+    m_model->arrowDescending = descending;
     m_header->arrowColumn = column;
     m_header->descending = descending;
     m_header->viewport()->update();
@@ -351,7 +514,46 @@ void ListView::keyboardSearch(const QString& search) {
     QTreeView::keyboardSearch(search);
 }
 
+bool ListView::columnKey(QKeyEvent* event) {
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool narrower = event->key() == Qt::Key_Left;
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (columnCount() == 0 || !modifiers.testFlag(Qt::ControlModifier) ||
+        !(enter || narrower || event->key() == Qt::Key_Right))
+        return false;
+    const int column = m_header->keyColumn;
+    if (modifiers == Qt::ControlModifier && !enter)
+        chooseColumn(column < 0 ? 0 : std::clamp(column + (narrower ? -1 : 1), 0, columnCount() - 1));
+    else if (modifiers == Qt::ControlModifier && column >= 0) {
+        emit columnClicked(column);
+        chooseColumn(column);  // told anew, with its order
+    } else if (modifiers == (Qt::ControlModifier | Qt::ShiftModifier) && !enter && column >= 0)
+        setColumnWidth(column, std::max(2 * kMargin,
+                                        columnWidth(column) + (narrower ? -1 : 1) * fontMetrics().averageCharWidth()));
+    event->accept();
+    return true;
+}
+
+void ListView::chooseColumn(int column) {
+    m_header->keyColumn = column;
+    m_header->viewport()->update();
+    const int left = m_header->sectionViewportPosition(column);
+    if (left < 0 || left + columnWidth(column) > viewport()->width())
+        horizontalScrollBar()->setValue(m_header->sectionPosition(column));
+    QAccessibleEvent heading(this, QAccessible::Focus);
+    heading.setChild(column);
+    QAccessible::updateAccessibility(&heading);
+}
+
+// The selection is pale in a list that does not have the focus.
+void ListView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTreeView::initViewItemOption(option);
+    showPaneFocus(*option, hasFocus());
+}
+
 void ListView::keyPressEvent(QKeyEvent* event) {
+    if (columnKey(event))
+        return;
     event->ignore();
     emit keyDown(event);
     if (!event->isAccepted())
@@ -389,8 +591,16 @@ void ListView::focusInEvent(QFocusEvent* event) {
 }
 
 void ListView::resizeEvent(QResizeEvent* event) {
+    shareWidth();  // before the view asks whether it needs a scroll bar
     QTreeView::resizeEvent(event);
-    fillWidth();
+}
+
+void ListView::changeEvent(QEvent* event) {
+    QTreeView::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        measureFont();
+        shareWidth();
+    }
 }
 
 void ListView::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // ListView: a list in report view: column headers, rows of text cells, one selected row.
 //
+// Keys: Ctrl+Left and Ctrl+Right choose a column, whose heading is then framed and told to assistive technology;
+// Ctrl+Enter is a click on it, Ctrl+Shift+Left and Ctrl+Shift+Right make it narrower and wider.
+//
 // It owns its rows (kept compactly, see row_store.h) and shows 100,000 of them at once. Rows and columns count from 0;
 // column 0 is the row's own text, column n its sub-item n. "No row" is -1. A row carries a 32-bit tag, the id of the
 // record it shows. Text goes in as QString or UTF-8; line breaks are kept but shown as blanks.
@@ -9,9 +12,11 @@
 #include <QIcon>
 #include <QStringList>
 #include <QTreeView>
+#include <array>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace controls {
 
@@ -33,15 +38,20 @@ class ListView : public QTreeView {
     ~ListView() override;
 
     // Columns are added once by the form that owns the list, at most 32. `tag` is the form's own word for the column (a
-    // field name); `widthChars` its initial width in digits.
+    // field name); `widthChars` the width in digits that it has where there is room. A column is at least as wide as
+    // its heading and its cells need in the font in use; see setElasticColumns for where there is less room.
     void addColumn(const QString& header, const QString& tag, int widthChars,
                    ColumnAlignment alignment = ColumnAlignment::Left);
     [[nodiscard]] int columnCount() const;
     [[nodiscard]] QString columnHeader(int column) const;
     [[nodiscard]] QString columnTag(int column) const;
     [[nodiscard]] ColumnAlignment columnAlignment(int column) const;
-    // The column that takes the room the others leave (never less than its own width), until the user resizes it.
-    void setFillColumn(int column);
+    // The columns fill the list: `first` share the room that the others leave, and give way first where it is short;
+    // then those of `second` give way. The others are never cut. The whole of a text that is cut is its tool tip. A
+    // width that the user gives a column stays.
+    void setElasticColumns(const QList<int>& first, const QList<int>& second = {});
+    // Of a column, for what stands above or below it; pixels.
+    void setLeastWidth(int column, int width);
 
     // The two pictures of the header arrows, image 0 and image 1. At most one column shows one, right of its text.
     void setHeaderImages(const QIcon& ascending, const QIcon& descending);
@@ -116,20 +126,37 @@ class ListView : public QTreeView {
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void initViewItemOption(QStyleOptionViewItem* option) const override;
     void resizeEvent(QResizeEvent* event) override;
     void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override;
 
  private:
-    void fillWidth();
-    void followResize(int column);
+    struct Width {
+        int heading = 0;      // pixels, as all here
+        int comfortable = 0;  // of so many digits
+        int least = 0;        // asked for by setLeastWidth
+        int content = 0;      // of the widest cell
+        bool chosen = false;  // by the user
+    };
+    bool columnKey(QKeyEvent* event);
+    void chooseColumn(int column);
+    void measureFont();
+    void measureRows(int first, int last);
+    [[nodiscard]] int cellWidth(std::string_view text) const;
+    [[nodiscard]] int neededWidth(int column) const;
+    void shareWidth();
     void reportSelection();
 
-    ListModel* m_model;    // child
-    ListHeader* m_header;  // child
-    int m_fillColumn = -1;
-    int m_fillMinimum = 0;
-    bool m_filling = false;
+    ListModel* m_model;             // child
+    ListHeader* m_header;           // child
+    std::vector<Width> m_widths;    // by column
+    std::vector<int> m_widthChars;  // by column
+    QList<int> m_first;             // elastic columns
+    QList<int> m_second;
+    std::array<int, 128> m_advances{};  // of ASCII characters in this font, in 1/64 pixels
+    bool m_sharing = false;
     bool m_reports = true;
     bool m_anyReported = false;
 };

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QPushButton>
 
 namespace controls {
 
@@ -89,6 +90,8 @@ MsgAnswer MsgBox(QWidget* parent, const QString& text, MsgIcon icon, MsgButtons 
     box.setDefaultButton(asks ? QMessageBox::Yes : QMessageBox::Ok);
     if (buttons == MsgButtons::YesNo)
         box.setEscapeButton(QMessageBox::No);
+    for (QAbstractButton* button : box.buttons())
+        button->setIcon({});  // as in the dialogs
     const NormalPointer pointer;
     return answerOf(box.exec());
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "controls/print_setup.h"
 
+#include "controls/common_dialog.h"
+
 #include <QButtonGroup>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -9,6 +11,7 @@
 #include <QPageSize>
 #include <QPrinter>
 #include <QPrinterInfo>
+#include <QPushButton>
 #include <QRadioButton>
 
 namespace controls {
@@ -31,6 +34,8 @@ PrintSetup::PrintSetup(QPrinter& printer, QWidget* parent)
     orientation->addWidget(optLandscape);
     orientation->addStretch();
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    for (QAbstractButton* button : buttons->buttons())
+        button->setIcon({});  // as in the other dialogs
     auto* form = new QFormLayout(this);
     form->addRow(QStringLiteral("&Printer:"), cboPrinter);
     form->addRow(QStringLiteral("P&aper:"), cboPaper);
@@ -51,10 +56,10 @@ PrintSetup::PrintSetup(QPrinter& printer, QWidget* parent)
 }
 
 void PrintSetup::fillPapers() {
-    const QPageSize wanted =
-        cboPaper->count() > 0 ? cboPaper->currentData().value<QPageSize>() : m_printer.pageLayout().pageSize();
-    cboPaper->clear();
+    // Another printer has other paper in it.
     const QPrinterInfo info = QPrinterInfo::printerInfo(cboPrinter->currentText());
+    const QPageSize wanted = cboPaper->count() > 0 ? ownPaper(info) : m_printer.pageLayout().pageSize();
+    cboPaper->clear();
     QList<QPageSize> papers = info.supportedPageSizes();
     if (papers.isEmpty())
         papers = {QPageSize(QPageSize::Letter), QPageSize(QPageSize::Legal), QPageSize(QPageSize::A4)};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "controls/tree_view.h"
 
+#include "controls/pane_focus.h"
 #include "vbrt/error.h"
 
 #include <QApplication>
@@ -308,6 +309,12 @@ void TreeView::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint h
 QItemSelectionModel::SelectionFlags TreeView::selectionCommand(const QModelIndex& index, const QEvent* event) const {
     const auto command = QTreeWidget::selectionCommand(index, event);
     return command.testFlag(QItemSelectionModel::Deselect) ? QItemSelectionModel::NoUpdate : command;
+}
+
+void TreeView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTreeWidget::initViewItemOption(option);
+    // The editor of a name belongs to the tree.
+    showPaneFocus(*option, hasFocus() || state() == EditingState);
 }
 
 }  // namespace controls

@@ -68,6 +68,7 @@ class TreeView : public QTreeWidget {
     void afterLabelEdit(const QString& newText, bool& cancel);
 
  protected:
+    void initViewItemOption(QStyleOptionViewItem* option) const override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;

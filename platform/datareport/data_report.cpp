@@ -8,6 +8,8 @@
 #include "datareport/print_job.h"
 #include "vbrt/error.h"
 
+#include <QCoreApplication>
+#include <QProgressDialog>
 #include <QShortcut>
 #include <algorithm>
 #include <optional>
@@ -17,6 +19,21 @@ namespace datareport {
 
 namespace {
 constexpr long kInvalidProperty = 380;
+}
+
+// A dialog that comes up when the work will take longer than a second.
+Progress progressOver(QWidget* owner, const QString& what) {
+    if (owner == nullptr)
+        return {};
+    auto dialog = std::make_shared<QProgressDialog>(what, QStringLiteral("Cancel"), 0, 0, owner);
+    dialog->setWindowTitle(QCoreApplication::applicationName());
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->setMinimumDuration(1000);
+    return [dialog](std::size_t done, std::size_t whole) {
+        dialog->setMaximum(static_cast<int>(whole));
+        dialog->setValue(static_cast<int>(done));
+        return !dialog->wasCanceled();
+    };
 }
 
 class DataReport::Impl {
@@ -35,10 +52,10 @@ class DataReport::Impl {
     }
     [[nodiscard]] const Design& design() const { return m_design; }
 
-    const Pages& pagesFor(const Paper& paper) {
+    const Pages& pagesFor(const Paper& paper, QWidget* owner) {
         const Content& read = content();
         if (!m_pages || m_pages->paper != paper)
-            m_pages = layOut(m_design, read, paper);
+            m_pages = layOut(m_design, read, paper, progressOver(owner, QStringLiteral("Laying out the pages...")));
         return *m_pages;
     }
 
@@ -88,33 +105,36 @@ const Design& DataReport::design() const {
     return m_impl->design();
 }
 
-const Pages& DataReport::pages() {
-    return m_impl->pagesFor(printerPaper(design().orientation));
+const Pages& DataReport::pages(QWidget* owner) {
+    return m_impl->pagesFor(printerPaper(design().orientation), owner);
 }
 
 void DataReport::setHelp(std::function<void(QWidget*)> help) {
     m_help = std::move(help);
 }
 
-void DataReport::Show(QWidget* owner) {
+void DataReport::Show(QWidget* owner) try {
     Preview preview(*this, owner);
     if (m_help)
         QObject::connect(new QShortcut(Qt::Key_F1, &preview), &QShortcut::activated, &preview,
                          [this, &preview] { m_help(&preview); });
     preview.exec();
+} catch (const Cancelled&) {
 }
 
-void DataReport::PrintReport(QWidget* owner, bool dialog) {
+void DataReport::PrintReport(QWidget* owner, bool dialog) try {
     PrintJob job(design().title, design().orientation);
     if (dialog && !job.ask(owner))
         return;
     const controls::Hourglass hourglass;
-    job.print(m_impl->pagesFor(job.paper()));
+    job.print(m_impl->pagesFor(job.paper(), owner));
+} catch (const Cancelled&) {
 }
 
-void DataReport::ExportPdf(const QString& path) {
+void DataReport::ExportPdf(const QString& path, QWidget* owner) try {
     const controls::Hourglass hourglass;
-    writePdf(pages(), design().title, path);
+    writePdf(pages(owner), design().title, path, progressOver(owner, QStringLiteral("Saving the pages...")));
+} catch (const Cancelled&) {
 }
 
 }  // namespace datareport

@@ -37,12 +37,14 @@ class DataReport {
     // of that name.
     void setCaption(Band band, const QString& name, const QString& caption);
     [[nodiscard]] const Design& design() const;
-    // Laid out for the printer's paper; valid until something is set or printed.
-    const Pages& pages();
+    // Laid out for the printer's paper; valid until something is set or printed. With an owner, a dialog over it shows
+    // the progress of what takes longer than a second; Cancel there throws Cancelled.
+    const Pages& pages(QWidget* owner = nullptr);
 
     // What F1 does in the preview, whose window is passed on. It must not throw.
     void setHelp(std::function<void(QWidget*)> help);
 
+    // The next three show their progress in the same way, and return after Cancel.
     // The preview, modal, over the whole screen; returns when it is closed.
     void Show(QWidget* owner);
     // Prints on controls::printer() in the report's orientation, without a dialog unless asked for one. What the dialog
@@ -50,7 +52,7 @@ class DataReport {
     // is done.
     void PrintReport(QWidget* owner, bool dialog = false);
     // Writes a PDF file on the printer's paper. A file of that name is replaced only when the new one is complete.
-    void ExportPdf(const QString& path);
+    void ExportPdf(const QString& path, QWidget* owner = nullptr);
 
  private:
     class Impl;

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <QString>
+#include <limits>
 #include <vector>
 
 namespace datareport {
@@ -39,11 +40,14 @@ struct Place {
     double width = 0;
 };
 
+// A row that is taller than a page goes on over its end.
+inline constexpr int kAllLines = std::numeric_limits<int>::max();
+
 struct Style {
     Align align = Align::Left;
     double size = 9;  // of the type, points
     bool bold = false;
-    // A longer text is wrapped into this many lines at most and then ends in an ellipsis.
+    // A longer text is wrapped into this many lines at most and then ends in an ellipsis; kAllLines: it is never cut.
     int lines = 1;
 };
 
@@ -60,6 +64,8 @@ struct Control {
     QString format = {};  // as vbrt::Format takes it; empty: the value as text
     Place place = {};
     Style style = {};
+    // Of the detail band: shown again where a row goes on over the end of a page.
+    bool repeats = false;
 };
 
 struct BandDesign {

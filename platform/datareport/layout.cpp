@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -13,10 +14,12 @@ namespace datareport {
 
 namespace {
 
-constexpr double kGap = 6;           // free at the right of a text, so that it never touches the next
-constexpr double kSpaceBelow = 4;    // of a band's empty foot, this much stays below a text that grew
-constexpr double kTolerance = 0.01;  // what adding up heights may lose
-constexpr int kManyPages = 99999;    // stands for numbers of pages not yet known
+constexpr double kGap = 6;                    // free at the right of a text, so that it never touches the next
+constexpr double kSpaceBelow = 4;             // of a band's empty foot, this much stays below a text that grew
+constexpr double kTolerance = 0.01;           // what adding up heights may lose
+constexpr int kLeastLines = 3;                // of a text that is never cut, a page holds so many
+constexpr std::size_t kRecordsPerCall = 256;  // of the progress
+constexpr int kManyPages = 99999;             // stands for numbers of pages not yet known
 
 // A control with its place on this paper.
 struct Field {
@@ -53,6 +56,7 @@ struct Block {
     double height = 0;
     std::vector<Item> items;
     std::vector<NumberedCaption> captions;
+    std::vector<Item> repeated;  // those of `items` that are shown again on the next page
 };
 
 bool namesPage(const QString& caption) {
@@ -93,11 +97,14 @@ class Layouter {
         fitTo(paper);
     }
 
-    Pages layOut(const Content& content) {
+    Pages layOut(const Content& content, const Progress& progress) {
         startPage();
+        std::size_t done = 0;
         // Bands that must not be parted are gathered in m_run: a group header with its first row, the last row with
         // what follows it.
         for (const Record& record : content) {
+            if (progress && done++ % kRecordsPerCall == 0 && !progress(done, content.size()))
+                throw Cancelled();
             const bool follows = !m_run.empty() && m_run.back().band == Band::GroupHeader;
             const bool footer = record.band == Band::GroupFooter || record.band == Band::ReportFooter;
             if (!follows && !footer)
@@ -158,7 +165,12 @@ class Layouter {
         double tallest = 0;
         for (PlacedBand& band : m_bands)
             tallest += heightOf(
-                band, [&](std::size_t i) { return band.fields[i].control->style.lines; }, nullptr);
+                band,
+                [&](std::size_t i) {
+                    const int lines = band.fields[i].control->style.lines;
+                    return lines == kAllLines ? kLeastLines : lines;
+                },
+                nullptr);
         const double designWidth = m_design.width > 0 ? m_design.width : width;
         m_pages.scale = std::min({1.0, width / designWidth, height / std::max(1.0, tallest)});
         const double spread = width / m_pages.scale / designWidth;
@@ -243,8 +255,11 @@ class Layouter {
                 block.items.push_back({-1, field.left, tops[i], field.width, {}});
             else if (field.control->kind == Control::Kind::Label && namesPage(field.control->caption))
                 block.captions.push_back({&field, tops[i]});
-            else
+            else {
+                if (field.control->repeats)
+                    placeLines(field, tops[i], lines[i], block.repeated);
                 placeLines(field, tops[i], std::move(lines[i]), block.items);
+            }
         }
         return block;
     }
@@ -258,6 +273,47 @@ class Layouter {
             items.push_back(std::move(item));
         }
         m_y += block.height;
+    }
+
+    [[nodiscard]] double ascent(const Item& item) const {
+        return item.typeface < 0 ? 0 : m_pages.typefaces[static_cast<std::size_t>(item.typeface)].ascent();
+    }
+    [[nodiscard]] double bottom(const Item& item) const {
+        if (item.typeface < 0)
+            return item.baseline;
+        return item.baseline - ascent(item) + m_pages.typefaces[static_cast<std::size_t>(item.typeface)].lineHeight();
+    }
+
+    // A row that may be taller than a page: as many lines as fit go here. The next page shows again whose they are.
+    void placeDetail(Block block) {
+        while (m_y + block.height > m_bottom + kTolerance) {
+            const double room = m_bottom - m_y + kTolerance;
+            Block head{block.band, 0, {}, {}, {}};
+            std::vector<Item> rest;
+            double cut = block.height;  // where the rest begins
+            for (Item& item : block.items) {
+                const bool fits = bottom(item) <= room;
+                if (!fits)
+                    cut = std::min(cut, item.baseline - ascent(item));
+                (fits ? head.items : rest).push_back(std::move(item));
+            }
+            block.items = std::move(rest);
+            if (head.items.empty() ||
+                block.items.empty()) {  // not even a line fits, or nothing but blank space is left
+                std::ranges::move(head.items, std::back_inserter(block.items));
+                break;
+            }
+            place(std::move(head));
+            endPage();
+            startPage();
+            if (m_groupHeader)
+                place(*m_groupHeader);
+            block.height -= cut;
+            for (Item& item : block.items)
+                item.baseline -= cut;
+            block.items.insert(block.items.end(), block.repeated.begin(), block.repeated.end());
+        }
+        place(std::move(block));
     }
 
     void startPage() {
@@ -287,6 +343,14 @@ class Layouter {
         for (Block& block : m_run) {
             if (block.band == Band::GroupHeader)
                 m_groupHeader = block;
+            if (block.band == Band::Detail) {
+                placeDetail(std::move(block));
+                continue;
+            }
+            if (m_y + block.height > m_bottom + kTolerance) {  // behind a row that filled the page
+                endPage();
+                startPage();
+            }
             place(std::move(block));
         }
         m_run.clear();
@@ -313,8 +377,23 @@ class Layouter {
 
 }  // namespace
 
-Pages layOut(const Design& design, const Content& content, const Paper& paper) {
-    return Layouter(design, paper).layOut(content);
+Pages layOut(const Design& design, const Content& content, const Paper& paper, const Progress& progress) {
+    return Layouter(design, paper).layOut(content, progress);
+}
+
+QString pageText(const Page& page) {
+    std::vector<const Item*> items;
+    for (const Item& item : page.items)
+        if (item.typeface >= 0)
+            items.push_back(&item);
+    std::ranges::sort(items, {}, [](const Item* item) { return std::pair(std::lround(item->baseline), item->left); });
+    QString text;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i > 0)
+            text += std::lround(items[i - 1]->baseline) == std::lround(items[i]->baseline) ? u' ' : u'\n';
+        text += items[i]->text;
+    }
+    return text;
 }
 
 QString dump(const Pages& pages) {

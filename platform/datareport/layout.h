@@ -6,6 +6,7 @@
 #include <QMarginsF>
 #include <QSizeF>
 #include <QString>
+#include <functional>
 #include <vector>
 
 #include "datareport/content.h"
@@ -41,7 +42,14 @@ struct Pages {
     std::vector<Page> pages;  // at least one
 };
 
-Pages layOut(const Design& design, const Content& content, const Paper& paper);
+// Called now and then with how much of `whole` is done; false ends the work with Cancelled.
+using Progress = std::function<bool(std::size_t done, std::size_t whole)>;
+struct Cancelled {};
+
+Pages layOut(const Design& design, const Content& content, const Paper& paper, const Progress& progress = {});
+
+// A page as text, one line for each line on it, items from left to right.
+QString pageText(const Page& page);
 
 // The pages as text, for tests: "=== page 1", then a line for each line of text, items from left to right with their
 // left edge in whole points, "12 Rent | 90 850.00"; rules are "12 ----".

@@ -3,6 +3,8 @@
 
 #include "datareport/painter.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
@@ -19,9 +21,62 @@ constexpr int kSpace = 16;  // around the sheets
 constexpr int kShadow = 4;
 constexpr double kPointsPerInch = 72;
 
+// The pages as a document, whose text is that of the current page.
+class AccessiblePages : public QAccessibleWidget, public QAccessibleTextInterface {
+ public:
+    explicit AccessiblePages(PageView* view) : QAccessibleWidget(view, QAccessible::Document), m_view(view) {}
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::TextInterface)
+            return static_cast<QAccessibleTextInterface*>(this);
+        return QAccessibleWidget::interface_cast(type);
+    }
+    [[nodiscard]] QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Value ? m_view->currentText() : QAccessibleWidget::text(kind);
+    }
+    [[nodiscard]] QString text(int start, int end) const override {
+        return m_view->currentText().mid(start, end < 0 ? -1 : end - start);
+    }
+    [[nodiscard]] int characterCount() const override { return static_cast<int>(m_view->currentText().size()); }
+
+    // There is neither a cursor nor a selection.
+    [[nodiscard]] int cursorPosition() const override { return m_cursor; }
+    void setCursorPosition(int position) override { m_cursor = position; }
+    void selection(int /*index*/, int* start, int* end) const override { *start = *end = 0; }
+    [[nodiscard]] int selectionCount() const override { return 0; }
+    void addSelection(int /*start*/, int /*end*/) override {}
+    void removeSelection(int /*index*/) override {}
+    void setSelection(int /*index*/, int /*start*/, int /*end*/) override {}
+    [[nodiscard]] QRect characterRect(int /*offset*/) const override { return rect(); }
+    [[nodiscard]] int offsetAtPoint(const QPoint& /*point*/) const override { return 0; }
+    void scrollToSubstring(int /*start*/, int /*end*/) override {}
+    [[nodiscard]] QString attributes(int /*offset*/, int* start, int* end) const override {
+        *start = 0;
+        *end = characterCount();
+        return {};
+    }
+
+ private:
+    PageView* m_view;
+    int m_cursor = 0;  // where a screen reader reads
+};
+
+QAccessibleInterface* makeAccessible(const QString& /*name*/, QObject* object) {
+    auto* view = qobject_cast<PageView*>(object);
+    return view != nullptr ? new AccessiblePages(view) : nullptr;
+}
+
 }  // namespace
 
+QString PageView::currentText() const {
+    return m_pages != nullptr ? pageText(m_pages->pages[static_cast<std::size_t>(m_current)]) : QString();
+}
+
 PageView::PageView(QWidget* parent) : QAbstractScrollArea(parent) {
+    [[maybe_unused]] static const bool installed = [] {
+        QAccessible::installFactory(makeAccessible);
+        return true;
+    }();
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     // Always there, so that fitting a sheet does not change the room that it is fitted into.
@@ -142,6 +197,8 @@ void PageView::setCurrent(int page) {
     if (page == m_current)
         return;
     m_current = page;
+    QAccessibleValueChangeEvent news(this, currentText());
+    QAccessible::updateAccessibility(&news);
     emit currentPageChanged(page);
 }
 

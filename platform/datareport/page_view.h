@@ -26,6 +26,8 @@ class PageView : public QAbstractScrollArea {
     void setPages(const Pages& pages);
     [[nodiscard]] int pageCount() const;
     [[nodiscard]] int currentPage() const { return m_current; }
+    // What the current page says; a screen reader is told.
+    [[nodiscard]] QString currentText() const;
     // 1 shows a point as 1/72 inch of the screen.
     [[nodiscard]] double zoom() const { return m_zoom; }
     void setZoom(double zoom);

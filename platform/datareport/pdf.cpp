@@ -45,7 +45,7 @@ bool isFull(const QSaveFile& file) {
 
 }  // namespace
 
-void writePdf(const Pages& pages, const QString& title, const QString& path) {
+void writePdf(const Pages& pages, const QString& title, const QString& path, const Progress& progress) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         failToOpen(file, path);
@@ -61,6 +61,8 @@ void writePdf(const Pages& pages, const QString& title, const QString& path) {
             vbrt::raise(kDeviceError);
         painter.scale(kUnitsPerPoint, kUnitsPerPoint);
         for (std::size_t page = 0; page < pages.pages.size(); ++page) {
+            if (progress && !progress(page, pages.pages.size()))
+                throw Cancelled();
             if (page > 0 && !writer.newPage())
                 vbrt::raise(kDeviceError);
             paintPage(painter, pages, page);

@@ -8,6 +8,7 @@ namespace datareport {
 
 // A file of that name is replaced only when the new one is complete. Throws vbrt::Error: 76 no such folder, 75 no
 // right to write there, 70 the old file is in use, 61 disk full, 57 any other failure of the disk.
-void writePdf(const Pages& pages, const QString& title, const QString& path);
+// Cancelled leaves no new file and the old one as it was.
+void writePdf(const Pages& pages, const QString& title, const QString& path, const Progress& progress = {});
 
 }  // namespace datareport

@@ -105,7 +105,7 @@ Preview::Preview(DataReport& report, QWidget* owner)
     connect(addAction("close", "Close", {QKeySequence(Qt::Key_Escape)}), &QAction::triggered, this, &Preview::reject);
     makeReachable();
 
-    m_view->setPages(report.pages());
+    m_view->setPages(report.pages(owner));
     showPageNumber();
     m_view->setFocus();
 }
@@ -246,13 +246,14 @@ void Preview::print() {
 }
 
 // Again after printing: the paper may be another one.
-void Preview::showPages() try { m_view->setPages(m_report.pages()); } catch (...) {
+void Preview::showPages() try { m_view->setPages(m_report.pages(this)); } catch (const Cancelled&) {
+} catch (...) {
     showError(this);
 }
 
 void Preview::savePdf() try {
     if (m_saveDialog.showSave())
-        m_report.ExportPdf(m_saveDialog.fileName);
+        m_report.ExportPdf(m_saveDialog.fileName, this);
 } catch (...) {
     showError(this);
 }

@@ -29,8 +29,10 @@ QPrinter& usablePrinter() {
         return printer;
     if (names.isEmpty())
         fail(QStringLiteral("No printer is installed. Install a printer, or save the report as a PDF file."));
-    if (printer.printerName().isEmpty())  // it was made before any was installed
+    if (printer.printerName().isEmpty()) {  // it was made before any was installed
         printer.setPrinterName(QPrinterInfo::defaultPrinterName());
+        printer.setPageSize(controls::ownPaper(QPrinterInfo(printer)));
+    }
     if (!names.contains(printer.printerName()) || !printer.isValid())
         fail(QStringLiteral("The printer \"%1\" cannot be reached. Choose another one in Print Setup.")
                  .arg(printer.printerName()));

@@ -7,6 +7,8 @@
 
 #include <QAction>
 #include <QGuiApplication>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
@@ -99,6 +101,7 @@ void HelpWindow::makeToolBar() {
     QAction* in = addCommand("cmdZoomIn", "Zoom In", "zoom_in", {QKeySequence("Ctrl++"), QKeySequence("Ctrl+=")});
     QAction* out = addCommand("cmdZoomOut", "Zoom Out", "zoom_out", {QKeySequence("Ctrl+-")});
     QAction* usual = addCommand("cmdZoomReset", "Usual Size", {}, {QKeySequence("Ctrl+0")});
+    QAction* print = addCommand("cmdPrint", "Print", {}, {QKeySequence::Print});
     QAction* next = addCommand("cmdFindNext", "Find Next", {}, {QKeySequence("F3")});
     QAction* previous = addCommand("cmdFindPrevious", "Find Previous", {}, {QKeySequence("Shift+F3")});
     QAction* searchAll = addCommand("cmdSearch", "Search All Pages", {}, {QKeySequence("Ctrl+Shift+F")});
@@ -107,7 +110,7 @@ void HelpWindow::makeToolBar() {
 
     bar->addActions({back, forward, home});
     bar->addSeparator();
-    bar->addAction(find);
+    bar->addActions({find, print});
     bar->addSeparator();
     bar->addActions({out, in});
     for (QAction* small : {out, in})
@@ -123,6 +126,7 @@ void HelpWindow::makeToolBar() {
     connect(forward, &QAction::triggered, m_page, &QTextBrowser::forward);
     connect(home, &QAction::triggered, this, &HelpWindow::goHome);
     connect(find, &QAction::triggered, m_findBar, &FindBar::open);
+    connect(print, &QAction::triggered, this, &HelpWindow::printPage);
     connect(next, &QAction::triggered, m_findBar, &FindBar::findNext);
     connect(previous, &QAction::triggered, m_findBar, &FindBar::findPrevious);
     connect(in, &QAction::triggered, this, [this] { changeZoom(1); });
@@ -191,6 +195,12 @@ void HelpWindow::changeZoom(int steps) {
     const int zoom = steps == 0 ? 100 : std::clamp(m_page->zoom() + steps * kZoomStep, kLeastZoom, kMostZoom);
     m_page->setZoom(zoom);
     statusBar()->showMessage(QString("%1 %").arg(zoom), kMessageTime);
+}
+
+void HelpWindow::printPage() {
+    QPrinter printer(QPrinter::HighResolution);
+    if (QPrintDialog(&printer, this).exec() == QDialog::Accepted)
+        m_page->print(&printer);
 }
 
 void HelpWindow::goHome() {

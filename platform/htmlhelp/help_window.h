@@ -41,6 +41,7 @@ class HelpWindow : public QMainWindow {
     QAction* addCommand(const QString& name, const QString& text, const QString& icon, const QList<QKeySequence>& keys);
     void openChosen(const QString& path, const QStringList& words);
     void changeZoom(int steps);
+    void printPage();
     void goHome();
     void switchSide();
     void escape();

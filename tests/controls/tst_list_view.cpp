@@ -6,10 +6,13 @@
 
 #include <QAccessible>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QPixmap>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QStyledItemDelegate>
 #include <QTest>
+#include <QToolTip>
 #include <random>
 #include <stdexcept>
 
@@ -84,7 +87,7 @@ class tst_list_view : public QObject {
 
     void headerArrows();
     void headerClick();
-    void fillColumn();
+    void widths();
 
     void mouse();
     void keys();
@@ -378,20 +381,35 @@ void tst_list_view::headerClick() {
     QCOMPARE(clicked.first().first().toInt(), 1);
 }
 
-void tst_list_view::fillColumn() {
+// Columns of figures are never cut; texts share the rest, and what the user chose stays.
+void tst_list_view::widths() {
     Ledger list;
-    const int least = list.columnWidth(2);
-    list.setFillColumn(2);
-    list.resize(1000, 200);
+    list.setElasticColumns({0, 2});
+    const std::string_view cells[] = {"Department of Transportation", "-$1,234,567.89", "a comment of some length"};
+    list.addRow(cells, 1, 2);
     list.show();
-    QCOMPARE(list.header()->length(), list.viewport()->width());
-    list.setColumnWidth(0, list.columnWidth(0) + 50);
-    QCOMPARE(list.header()->length(), list.viewport()->width());
-    list.resize(100, 200);
-    QCOMPARE(list.columnWidth(2), least);
+    for (const int points : {9, 18}) {
+        QFont font = list.font();
+        font.setPointSize(points);
+        list.setFont(font);
+        for (const int width : {1600, 900, 500, 350}) {
+            list.resize(width, 200);
+            const QByteArray where = QByteArray::number(points) + " pt, " + QByteArray::number(width);
+            QVERIFY2(list.header()->length() == list.viewport()->width(), where);
+            QVERIFY2(!list.horizontalScrollBar()->isVisible(), where);
+            QVERIFY2(list.columnWidth(1) >= list.fontMetrics().horizontalAdvance("-$1,234,567.89") + 12, where);
+        }
+    }
     list.setColumnWidth(2, 77);
     list.resize(1000, 200);
     QCOMPARE(list.columnWidth(2), 77);
+    QCOMPARE(list.header()->length(), list.viewport()->width());
+
+    list.setColumnWidth(0, 40);
+    const QPoint at = cell(list, 0, 0);
+    QHelpEvent help(QEvent::ToolTip, at, list.viewport()->mapToGlobal(at));
+    QCoreApplication::sendEvent(list.viewport(), &help);
+    QVERIFY(QToolTip::text().contains("Department of Transportation"));
 }
 
 void tst_list_view::mouse() {

@@ -43,6 +43,7 @@ class tst_layout : public QObject {
     void bandsGrow();
     void papers_data();
     void papers();
+    void tallRows();
     void decimals();
 };
 
@@ -303,10 +304,11 @@ void tst_layout::papers() {
     QFETCH(double, scale);
     Design design = grouped();
     design.width = 500;
-    design.bands[1].controls = {textBox("n", "n", "", {0, 0, 40}),
-                                textBox("payee", "payee", "", {40, 0, 100}, {.lines = 2}),
-                                textBox("amount", "amount", "#,##0.00", {140, 0, 80}, kRight),
-                                textBox("comment", "comment", "", {220, 0, 280}, {.size = 8, .lines = 4})};
+    design.bands[1].controls = {
+        textBox("n", "n", "", {0, 0, 40}),
+        textBox("payee", "payee", "", {40, 0, 100}, {.lines = datareport::kAllLines}),
+        textBox("amount", "amount", "#,##0.00", {140, 0, 80}, kRight),
+        textBox("comment", "comment", "", {220, 0, 280}, {.size = 8, .lines = datareport::kAllLines})};
 
     std::mt19937 random(20260309);
     const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
@@ -316,13 +318,20 @@ void tst_layout::papers() {
             text += QString(below(25) + 1, QChar('a' + below(26))) + (below(7) == 0 ? "\r\n" : " ");
         return text;
     };
+    const auto lettersOf = [](const QString& text) {
+        return std::ranges::count_if(text, [](QChar c) { return c >= u'a' && c <= u'z'; });
+    };
+    qsizetype letters = 0;
     Table table{{"envelope"}, {}, {}};
     QStringList numbers;
     for (int group = 0; group < 12; ++group) {
         Table rows{{"n", "payee", "amount", "comment"}, {}, {}};
         for (int i = below(30); i > 0; --i) {
             numbers += QStringLiteral("#%1").arg(numbers.size());
-            rows.rows.push_back({numbers.back(), words(6), std::pow(-9.0, below(14)), words(40)});
+            const QString payee = words(6);
+            const QString comment = words(i == 3 ? 900 : 40);  // some are taller than a page
+            letters += lettersOf(payee) + lettersOf(comment);
+            rows.rows.push_back({numbers.back(), payee, std::pow(-9.0, below(14)), comment});
         }
         table.rows.push_back({QStringLiteral("Group %1").arg(group)});
         table.groups.push_back(rows);
@@ -336,11 +345,14 @@ void tst_layout::papers() {
     const double width = std::max(1.0, paper.size.width() - 2 * paper.margin) / pages.scale;
     const double height = std::max(1.0, paper.size.height() - 2 * paper.margin) / pages.scale;
     QStringList shown;
+    qsizetype shownLetters = 0;
     for (const Page& page : pages.pages) {
         std::vector<QRectF> taken;
         for (const Item& item : page.items) {
             if (item.text.startsWith('#') && item.left < 1)
                 shown += item.text;
+            if (item.left > 39 && item.typeface >= 0)
+                shownLetters += lettersOf(item.text);
             QVERIFY(item.left >= 0 && item.left + item.width < width + 0.01);
             if (item.typeface < 0)
                 continue;
@@ -353,6 +365,25 @@ void tst_layout::papers() {
         }
     }
     QCOMPARE(shown, numbers);
+    // The header of the page is at the left or is the page's number.
+    QVERIFY2(shownLetters == letters, qPrintable(QString("%1 of %2").arg(shownLetters).arg(letters)));
+}
+
+// A row taller than a page goes on over its end, with its date again; one that fits on a page is never parted.
+void tst_layout::tallRows() {
+    Design design = ledger();
+    design.bands[1].controls = {textBox("date", "date", "", {0, 0, 40}), textBox("note", "note", "", {40, 0, 100})};
+    design.bands[1].controls[0].repeats = true;
+    design.bands[1].controls[1].style.lines = datareport::kAllLines;
+    design.bands.pop_back();
+    QStringList lines;
+    for (int i = 1; i <= 8; ++i)
+        lines += QString::number(i);
+    const Table table{{"date", "note"}, {{"d1", "a"}, {"d2", "b\nc\nd\ne"}, {"d3", lines.join('\n')}}, {}};
+    QString shown = bodies(laidOut(design, table, kSmall));
+    QVERIFY2(shown.contains("d2 | b, c, d, e, "), qPrintable(shown));
+    QVERIFY2(shown.count("d3") == 2, qPrintable(shown));
+    QVERIFY2(shown.remove("/ ").remove("d3 | ").contains(lines.join(", ")), qPrintable(shown));
 }
 
 // The last digits stand below each other, whether a parenthesis follows or not.

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include <QHeaderView>
 #include <QProcess>
+#include <QScopeGuard>
+#include <QScrollBar>
 #include <QTest>
 
+#include "controls/label.h"
 #include "program.h"
 
 class tst_main : public QObject {
@@ -22,6 +26,8 @@ class tst_main : public QObject {
     void selection();
     void sorting();
     void layout();
+    void fits_data();
+    void fits();
     void rootStaysOpen();
 };
 
@@ -377,8 +383,6 @@ void tst_main::layout() {
     program.main.resize(900, 600);
     const auto geometry = [&](const char* name) { return program.main.findChild<QWidget*>(name)->geometry(); };
     QCOMPARE(geometry("tvwEnvelopes").height(), program.main.frameGeometry().height() - 130);
-    QCOMPARE(geometry("tvwEnvelopes").width(), program.main.frameGeometry().width() * 3 / 10);
-    QCOMPARE(geometry("lvwItems").top(), geometry("tvwEnvelopes").top());
     const int top = geometry("lvwItems").top();
     const int captionTop = geometry("lblEnvelopes").top();
     const int toolbar = geometry("tlbMain").height();
@@ -396,6 +400,89 @@ void tst_main::layout() {
     QVERIFY(qAbs(geometry("lvwItems").height() - height) <= 1);
     program.trigger("mnuViewStatusBar");
     QCOMPARE(program.main.height(), 600);
+}
+
+void tst_main::fits_data() {
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("points");
+    for (const QSize size : {QSize(520, 360), QSize(800, 600), QSize(832, 614), QSize(1248, 648), QSize(2496, 1296)})
+        for (const int points : {9, 12, 18})
+            QTest::addRow("%dx%d, %d pt", size.width(), size.height(), points) << size << points;
+}
+
+namespace {
+
+// What is cut, covered or out of the window, by name.
+QStringList faults(QWidget* window) {
+    QStringList faults;
+    const auto isText = [](QWidget* widget) {
+        return (qobject_cast<QLabel*>(widget) != nullptr || qobject_cast<QAbstractButton*>(widget) != nullptr) &&
+               qobject_cast<controls::CaptionLabel*>(widget) == nullptr && !widget->inherits("QToolButton");
+    };
+    for (QWidget* widget : window->findChildren<QWidget*>()) {
+        if (!widget->isVisibleTo(window) || widget->objectName().startsWith("qt_") || widget->objectName().isEmpty())
+            continue;
+        const auto* label = qobject_cast<QLabel*>(widget);
+        const bool wraps = label != nullptr && label->wordWrap();
+        const QSize needs = wraps ? QSize(0, widget->heightForWidth(widget->width())) : widget->sizeHint();
+        if (isText(widget) && (widget->width() < needs.width() || widget->height() < needs.height()))
+            faults << "cut: " + widget->objectName();
+        const QWidget* parent = widget->parentWidget();
+        if (isText(widget) && !parent->rect().contains(widget->geometry()))
+            faults << "out: " + widget->objectName();
+        for (const QWidget* other : parent->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
+            if (other > widget && other->isVisibleTo(window) && !other->isWindow() && !other->objectName().isEmpty() &&
+                !other->objectName().startsWith("qt_") && other->geometry().intersects(widget->geometry()))
+                faults << "covered: " + widget->objectName() + " by " + other->objectName();
+    }
+    return faults;
+}
+
+bool scrolls(const controls::ListView* list) {
+    return list->horizontalScrollBar()->isVisible() || list->header()->length() > list->viewport()->width();
+}
+
+}  // namespace
+
+// On every screen and in every font: nothing is cut, covered or scrolled.
+void tst_main::fits() {
+    QFETCH(QSize, size);
+    QFETCH(int, points);
+    const QFont before = QApplication::font();
+    const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
+    QFont font = before;
+    font.setPointSize(points);
+    QApplication::setFont(font);
+    Program program;
+    program.main.resize(size);
+    program.openNew("Home.mdb");
+    program.addEnvelope("Department of Transportation");
+    addItem("Department of Transportation", "12/31/2025", -1234567.89, QString(50, 'W'));
+    for (int i = 0; i < 60; ++i)
+        addItem("Department of Transportation", "1/15/2026", 1, "Grocer");
+    program.select("Department of Transportation");
+    program.select("Envelopes");
+    QTest::qWait(20);
+
+    QCOMPARE(faults(&program.main).join("; "), QString());
+    controls::ListView* list = program.list();
+    const auto below = [&](QWidget* widget) { return widget->mapTo(&program.main, QPoint(0, widget->height())).y(); };
+    const auto top = [&](QWidget* widget) { return widget->mapTo(&program.main, QPoint()).y(); };
+    if (size.height() >= 600)
+        QVERIFY(below(list) <= top(program.main.findChild<QWidget*>("stbMain")));
+    for (const char* name : {"lblEnvelopes", "lblItems"})
+        QVERIFY(program.main.findChild<QWidget*>(name)->height() >= program.main.fontMetrics().height());
+    const int amount = list->fontMetrics().horizontalAdvance("-$1,234,567.89") + 12;
+    QVERIFY2(list->columnWidth(4) >= amount, qPrintable(QString::number(list->columnWidth(4))));
+    if (size.width() >= 800 || points == 9)
+        QVERIFY(!scrolls(list));
+
+    program.inDialog("mnuToolsStuffer", [](QDialog* dialog) {
+        QCOMPARE(faults(dialog).join("; "), QString());
+        QVERIFY(!scrolls(dialog->findChild<controls::ListView*>("lvwStuffer")));
+    });
+    for (const char* command : {"mnuToolsReports", "mnuEnvelopeAdd", "mnuItemFind", "mnuHelpAbout"})
+        program.inDialog(command, [](QDialog* dialog) { QCOMPARE(faults(dialog).join("; "), QString()); });
 }
 
 void tst_main::rootStaysOpen() {

@@ -123,7 +123,7 @@ void tst_reports::pages() {
     ReportCriteria criteria;
     criteria.strSort1 = "Date";
     QCOMPARE(pagesOf(criteria), R"(=== page 1
-0 11/15/2026 | 249 Coinvale | 511 Page 1
+0 11/15/2026 | 253 Page 1 | 505 Coinvale
 203 Envelope Report
 0 Envelope: | 68 All Envelopes
 0 Date Range: | 68 All Dates
@@ -143,7 +143,7 @@ void tst_reports::pages() {
 )");
     criteria.strReport = "Items";
     QCOMPARE(pagesOf(criteria), R"(=== page 1
-0 11/15/2026 | 339 Coinvale | 691 Page 1
+0 11/15/2026 | 343 Page 1 | 685 Coinvale
 308 Items Report
 0 Envelope: | 66 All Envelopes
 0 Date Range: | 66 All Dates
@@ -160,7 +160,7 @@ void tst_reports::pages() {
     criteria.strReport = "Summary";
     criteria.strSort1 = "Balance";
     QCOMPARE(pagesOf(criteria), R"(=== page 1
-0 11/15/2026 | 249 Coinvale | 511 Page 1
+0 11/15/2026 | 253 Page 1 | 505 Coinvale
 203 Summary Report
 0 Envelope: | 68 All Envelopes
 0 Date Range: | 68 All Dates
@@ -175,7 +175,7 @@ void tst_reports::pages() {
     criteria.strReport = "Stuffer";
     criteria.strSort1 = "Envelope";
     QCOMPARE(pagesOf(criteria), R"(=== page 1
-0 11/15/2026 | 249 Coinvale | 511 Page 1
+0 11/15/2026 | 253 Page 1 | 505 Coinvale
 213 Stuffer Report
 0 Envelope: | 68 All Envelopes
 0 Date Range: | 68 All Dates
@@ -268,7 +268,7 @@ void tst_reports::manyRows() {
     for (int i = 0; i < 400; ++i)
         QCOMPARE(grouped.count(QRegularExpression(QString("Payee %1\\b").arg(i))), 1);
     for (int page = 1; page <= grouped.count("==="); ++page)
-        QVERIFY(grouped.contains(QString("Page %1\n").arg(page)));
+        QVERIFY(grouped.contains(QString("Page %1 | ").arg(page)));
 }
 
 void tst_reports::dates() {
@@ -387,7 +387,7 @@ void tst_reports::shownAndSaved() {
     QCOMPARE(program.dialogs.problems(), QStringList());
     const QString text = pdfText(path);
     const QStringList expected =
-        QStringList({"11/15/2026 Coinvale Page 1", title, "Envelope: All Envelopes", "Date Range: All Dates"}) + lines;
+        QStringList({"11/15/2026 Page 1 Coinvale", title, "Envelope: All Envelopes", "Date Range: All Dates"}) + lines;
     for (const QString& line : expected)
         QVERIFY2(("\n" + text + "\n").contains("\n" + line + "\n"), qPrintable(line + " is not in\n" + text));
     QCOMPARE(QString::fromUtf8([&] {
