@@ -5,12 +5,12 @@
 # the package is installed in a bare root and started there by an ordinary user, and every icon of the toolbar must be
 # on the screen. Takes root (or sudo), mmdebstrap, a network, 8 GB in build/roots/ and, without a compiler cache, an
 # hour. Set CCACHE_DIR to keep what the compiler makes from one time to the next, STEPS to a part of
-# "user root package", and MIRROR to another server than Debian's own.
+# "user root package install", and MIRROR to another server than Debian's own.
 set -eu
 cd "$(dirname "$0")/.."
 [ "$(id -u)" -eq 0 ] || exec sudo --preserve-env=CCACHE_DIR,STEPS,MIRROR sh "$0" "$@"
 [ "$#" -gt 0 ] || set -- 12 13
-steps="${STEPS:-user root package}"
+steps="${STEPS:-user root package install}"
 tree=$(pwd)
 roots="$tree/build/roots"
 sh cmake/install-needed.sh mmdebstrap
@@ -30,7 +30,7 @@ trap 'exit 1' INT TERM
 fresh() { # NAME yes|no
     root="$roots/$1"
     unmount
-    rm -rf "$root"
+    rm -rf --one-file-system "$root"
     mkdir -p "$root"
     tar -C "$root" -xf "$roots/$release.tar"
     mount -t proc proc "$root/proc"
@@ -105,7 +105,7 @@ for release in "$@"; do
         13) suite=trixie ;;
         *) fail "not a release that is tried" ;;
     esac
-    mmdebstrap --quiet --variant=apt --include=sudo,ca-certificates,gzip "$suite" "$roots/$release.tar" \
+    mmdebstrap --quiet --variant=apt --include=passwd,sudo,ca-certificates,gzip "$suite" "$roots/$release.tar" \
         "${MIRROR:-http://deb.debian.org/debian}"
     case "$steps" in *user*)
         fresh "$release-user" yes
@@ -141,6 +141,9 @@ for release in "$@"; do
             appstreamcli validate --no-net packaging/coinvale.metainfo.xml"
         passed "nothing said against it"
         cp "$root"/home/coinvale/build/release/coinvale_*.deb "$roots/$release.deb"
+        ;;
+    esac
+    case "$steps" in *install*)
         fresh "$release-bare" no
         cp "$roots/$release.deb" "$root/tmp/coinvale.deb"
         in_root root "apt-get update -qq && apt-get install -y -qq --no-install-recommends /tmp/coinvale.deb xvfb xdotool imagemagick >/dev/null"
