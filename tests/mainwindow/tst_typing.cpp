@@ -490,8 +490,7 @@ void tst_typing::untouched() {
         comment->insertPlainText("  \t" + nbsp + "c \n ");
         click(dialog, "cmdOk");
     });
-    QCOMPARE(program.rows("select comment from tbl_items where id = 1"),
-             QStringList({"\t" + nbsp + "c \r\n"}));
+    QCOMPARE(program.rows("select comment from tbl_items where id = 1"), QStringList({"\t" + nbsp + "c \r\n"}));
     QCOMPARE(program.dialogs.problems(), QStringList());
 }
 
