@@ -110,6 +110,8 @@ class Verifier {
 
     void problem(const std::string& text);
     void remark(const std::string& text);
+    // Not for what the file holds.
+    static bool isOfTheDisk(const Error& e) { return e.code() == Errc::Io || e.code() == Errc::DiskFull; }
     // Turns an exception for what the file holds into a problem; false then.
     template <typename Action>
     bool guard(const std::string& what, Action&& action) {
@@ -117,7 +119,7 @@ class Verifier {
             action();
             return true;
         } catch (const Error& e) {
-            if (e.code() == Errc::Io)
+            if (isOfTheDisk(e))
                 throw;
             problem(what + ": " + e.what());
             return false;

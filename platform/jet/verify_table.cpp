@@ -500,6 +500,8 @@ bool Verifier::checkRow(const CheckedTable& table, RowId id, ByteView bytes) {
                   std::to_string(1 + fixedSize));
         return usable;
     } catch (const Error& e) {
+        if (isOfTheDisk(e))
+            throw;
         fault(e.what());
         return false;
     }
