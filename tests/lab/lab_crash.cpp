@@ -413,7 +413,9 @@ bool failAt(const Work& work, std::uint64_t n, bool onwards, jet::Errc error, Co
                         !wrong.empty())
                         lost(where + wrong);
         } else if (run.disk.exists(kCopy) && !onwards) {
-            lost(where + "half a copy was left");
+            // Whole it may be: when the budget could not be opened again afterwards.
+            if (const auto wrong = wrongWith(run.disk, kCopy, {work.states[run.done]}); !wrong.empty())
+                lost(where + "half a copy was left: " + wrong);
         }
         if (!over)
             return true;
