@@ -52,11 +52,11 @@ frmMain::frmMain() : dlgFile(this) {
     setupUi(this);
 
     // A name that is being typed in the tree is taken before any command sees it, as by a click elsewhere.
-    for (QAction* objAction : findChildren<QAction*>())
+    for (QAction* objAction : findChildren<QAction*>()) {
         connect(objAction, &QAction::triggered, tvwEnvelopes, &controls::TreeView::commitLabelEdit);
-    for (QAction* objAction : findChildren<QAction*>())
         if (objAction->objectName().startsWith("mnu"))
             hshCommands.insert(objAction->objectName(), objAction);
+    }
     for (const ToolbarButton& btn : tlbButtons)
         AddToolbarButton(btn.strKey, btn.strToolTip, btn.strImage);
     connect(tlbMain, &QToolBar::actionTriggered, this, &frmMain::tlbMain_ButtonClick);
