@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "budget_schema.h"
-#include "jet/create.h"
 #include "jet/database.h"
+#include "jet/maintenance/create.h"
 
 namespace bench {
 

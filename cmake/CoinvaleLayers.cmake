@@ -1,8 +1,9 @@
 # Two helpers: add_layer() makes the one target of a layer, add_unit_test() the tests beside it.
 #
-# add_layer(name SOURCES files... [DEPENDS layers...] [LIBRARIES targets...])
+# add_layer(name SOURCES files... [DEPENDS layers...] [LIBRARIES targets...] [ROOMS folders...])
 #   A static library `name`. DEPENDS links other layers and records the edge, so that the test `layers` can compare
-#   every #include with the edges allowed. LIBRARIES are targets from outside.
+#   every #include with the edges allowed. LIBRARIES are targets from outside. ROOMS are the folders of a layer that is
+#   too large for one, lowest first, "." for its own: a file may include its own room and those before it.
 #
 # add_unit_test(layer names... [FOLDER folder] [LIBRARIES targets...])
 #   For each name, tests/<layer>/tst_<name>.cpp becomes the test tst_<layer>_<name>, linked with its layer alone.
@@ -51,12 +52,13 @@ set(CMAKE_AUTORCC ON)
 set_property(GLOBAL PROPERTY COINVALE_LAYERS "")
 
 function(add_layer name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;LIBRARIES;ROOMS" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} ${ARG_LIBRARIES} PRIVATE coinvale_options)
   target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/platform")
   list(JOIN ARG_DEPENDS "," edges)
-  set_property(GLOBAL APPEND PROPERTY COINVALE_LAYERS "${name}=${edges}")
+  list(JOIN ARG_ROOMS "," rooms)
+  set_property(GLOBAL APPEND PROPERTY COINVALE_LAYERS "${name}=${edges}=${rooms}")
 endfunction()
 
 function(add_unit_test layer)

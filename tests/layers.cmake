@@ -1,5 +1,6 @@
-# Compares every #include "layer/..." with the edges that the CMakeLists.txt files allow.
-# Input: ROOT, and LAYERS as name=dep,dep|name=...
+# Compares every #include "layer/..." with the edges that the CMakeLists.txt files allow, and within a layer of several
+# rooms every #include "layer/room/..." with their order.
+# Input: ROOT, and LAYERS as name=dep,dep=room,room|name=...
 cmake_minimum_required(VERSION 3.25)
 
 # The application folders are subjects of one target, `app`; they may include each other.
@@ -8,24 +9,51 @@ set(app_folders db ledger mainwindow reports find help)
 string(REPLACE "|" ";" layers "${LAYERS}")
 set(names "")
 foreach(entry IN LISTS layers)
-  string(REGEX MATCH "^([^=]+)=(.*)$" _ "${entry}")
+  string(REGEX MATCH "^([^=]+)=([^=]*)=(.*)$" _ "${entry}")
   set(name "${CMAKE_MATCH_1}")
   string(REPLACE "," ";" deps "${CMAKE_MATCH_2}")
+  string(REPLACE "," ";" rooms_${name} "${CMAKE_MATCH_3}")
   list(APPEND names ${name})
   set(deps_${name} ${deps})
 endforeach()
 
 set(bad 0)
 set(seen 0)
+
+# The place of a file's room among the rooms of its layer; `way` is its path within the layer.
+function(room_of name way result)
+  get_filename_component(room "${way}" DIRECTORY)
+  if(room STREQUAL "")
+    set(room ".")
+  endif()
+  list(FIND rooms_${name} "${room}" place)
+  set(${result} ${place} PARENT_SCOPE)
+endfunction()
+
 function(check name folder)
   file(GLOB_RECURSE files "${ROOT}/${folder}/*.h" "${ROOT}/${folder}/*.cpp")
   # The description of the empty budget lies beside what it describes, but is a part of the tools.
   list(FILTER files EXCLUDE REGEX "/db/template/")
   foreach(file IN LISTS files)
+    if(rooms_${name})
+      file(RELATIVE_PATH way "${ROOT}/${folder}" "${file}")
+      room_of(${name} "${way}" own_room)
+      if(own_room EQUAL -1)
+        message("${file}: lies in no room of ${name}")
+        math(EXPR bad "${bad} + 1")
+      endif()
+    endif()
     file(STRINGS "${file}" lines REGEX "^[ \t]*#[ \t]*include")
     foreach(line IN LISTS lines)
-      if(line MATCHES "[<\"]([a-z]+)/[A-Za-z0-9_]+\\.h[>\"]")
+      if(line MATCHES "[<\"]([a-z]+)/([A-Za-z0-9_/]+\\.h)[>\"]")
         set(target "${CMAKE_MATCH_1}")
+        if(target STREQUAL name AND rooms_${name})
+          room_of(${name} "${CMAKE_MATCH_2}" room)
+          if(room EQUAL -1 OR room GREATER own_room)
+            message("${file}: ${line}: that room is not below this one")
+            math(EXPR bad "${bad} + 1")
+          endif()
+        endif()
         if(target IN_LIST app_folders)
           set(target app)
         endif()

@@ -4,7 +4,7 @@
 #include <exception>
 
 #include "budget_schema.h"
-#include "jet/file.h"
+#include "jet/disk/file.h"
 
 int main(int argc, char** argv) {
     if (argc != 2) {

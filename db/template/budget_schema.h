@@ -5,7 +5,7 @@
 // The program never makes this schema itself: it copies a file that was built from this description.
 #pragma once
 
-#include "jet/create.h"
+#include "jet/maintenance/create.h"
 
 namespace jet {
 

@@ -8,7 +8,7 @@
 #include "ado/connection.h"
 #include "ado/errors.h"
 #include "ado/text.h"
-#include "jet/error.h"
+#include "jet/values/error.h"
 
 namespace ado {
 namespace {

@@ -9,8 +9,8 @@
 #include "ado/errors.h"
 #include "ado/text.h"
 #include "jet/database.h"
-#include "jet/error.h"
-#include "jet/file.h"
+#include "jet/disk/file.h"
+#include "jet/values/error.h"
 
 namespace ado {
 namespace {

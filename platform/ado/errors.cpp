@@ -6,7 +6,7 @@
 #include <new>
 #include <string_view>
 
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "jetsql/error.h"
 
 namespace ado {

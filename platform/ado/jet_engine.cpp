@@ -6,8 +6,8 @@
 #include "ado/database_file.h"
 #include "ado/errors.h"
 #include "ado/text.h"
-#include "jet/compact.h"
-#include "jet/error.h"
+#include "jet/maintenance/compact.h"
+#include "jet/values/error.h"
 
 namespace ado {
 

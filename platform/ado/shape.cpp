@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <map>
 
-#include "jet/text_order.h"
+#include "jet/values/text_order.h"
 #include "jetsql/error.h"
 #include "jetsql/lexer.h"
 #include "jetsql/sort_key.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ado/text.h"
 
-#include "jet/error.h"
+#include "jet/values/error.h"
 
 namespace ado {
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "jet/codepage.h"
 #include "jet/database_impl.h"
 #include "jet/table_impl.h"
-#include "jet/text_order.h"
+#include "jet/values/codepage.h"
+#include "jet/values/text_order.h"
 
 namespace jet {
 

@@ -17,8 +17,8 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/file.h"
-#include "jet/properties.h"
+#include "jet/disk/file.h"
+#include "jet/rows/properties.h"
 #include "jet/table.h"
 
 namespace jet {

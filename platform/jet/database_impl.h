@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "jet/database.h"
-#include "jet/pager.h"
-#include "jet/usage_map.h"
+#include "jet/disk/pager.h"
+#include "jet/pages/usage_map.h"
 
 namespace jet {
 

@@ -9,7 +9,7 @@
 #include <deque>
 #include <vector>
 
-#include "jet/index_key.h"
+#include "jet/indexes/index_key.h"
 #include "jet/row_store.h"
 
 namespace jet {

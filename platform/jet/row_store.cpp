@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jet/row_store.h"
 
-#include "jet/bytes.h"
-#include "jet/codepage.h"
+#include "jet/values/bytes.h"
+#include "jet/values/codepage.h"
 
 namespace jet {
 

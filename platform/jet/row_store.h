@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "jet/btree.h"
-#include "jet/data_page.h"
-#include "jet/index_key.h"
-#include "jet/long_value.h"
-#include "jet/row_codec.h"
+#include "jet/indexes/btree.h"
+#include "jet/indexes/index_key.h"
+#include "jet/pages/data_page.h"
+#include "jet/rows/long_value.h"
+#include "jet/rows/row_codec.h"
 
 namespace jet {
 

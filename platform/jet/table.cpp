@@ -6,9 +6,9 @@
 #include <set>
 #include <utility>
 
-#include "jet/codepage.h"
 #include "jet/database_impl.h"
 #include "jet/table_impl.h"
+#include "jet/values/codepage.h"
 
 namespace jet {
 

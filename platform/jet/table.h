@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/table_def.h"
-#include "jet/value.h"
+#include "jet/rows/table_def.h"
+#include "jet/values/value.h"
 
 namespace jet {
 

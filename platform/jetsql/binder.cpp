@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/binder.h"
 
-#include "jet/text_order.h"
+#include "jet/values/text_order.h"
 #include "jetsql/error.h"
 #include "jetsql/parser.h"
 #include "vbrt/ascii.h"

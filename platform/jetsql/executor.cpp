@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/executor.h"
 
-#include "jet/error.h"
-#include "jet/text_order.h"
+#include "jet/values/error.h"
+#include "jet/values/text_order.h"
 #include "jetsql/accumulator.h"
 #include "jetsql/planner.h"
 #include "jetsql/row_buffer.h"

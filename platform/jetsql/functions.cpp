@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/functions.h"
 
-#include "jet/text_order.h"
+#include "jet/values/text_order.h"
 #include "jetsql/error.h"
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"

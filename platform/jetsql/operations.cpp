@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/operations.h"
 
-#include "jet/codepage.h"
-#include "jet/error.h"
-#include "jet/table_def.h"
-#include "jet/text_order.h"
+#include "jet/rows/table_def.h"
+#include "jet/values/codepage.h"
+#include "jet/values/error.h"
+#include "jet/values/text_order.h"
 #include "jetsql/error.h"
 #include "vbrt/ascii.h"
 #include "vbrt/convert.h"

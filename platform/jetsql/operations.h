@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "jet/value.h"
+#include "jet/values/value.h"
 #include "jetsql/ast.h"
 #include "vbrt/error.h"
 

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "jet/value.h"
+#include "jet/values/value.h"
 
 namespace jetsql {
 

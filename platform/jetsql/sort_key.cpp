@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jetsql/sort_key.h"
 
-#include "jet/text_order.h"
+#include "jet/values/text_order.h"
 #include "jetsql/operations.h"
 
 #include <bit>

@@ -5,7 +5,7 @@
 // Double and dates may meet, as each of them is written as a double.
 #pragma once
 
-#include "jet/value.h"
+#include "jet/values/value.h"
 
 namespace jetsql {
 

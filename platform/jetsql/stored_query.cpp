@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The text of a stored query out of the rows of the catalog that hold its parts.
-#include "jet/text_order.h"
+#include "jet/values/text_order.h"
 #include "jetsql/error.h"
 #include "jetsql/parser.h"
 #include "jetsql/statement.h"

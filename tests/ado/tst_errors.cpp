@@ -7,7 +7,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "jetsql/error.h"
 #include "rows.h"
 

@@ -3,11 +3,16 @@
 #include "chm/file.h"
 #include "chm/html_text.h"
 
+#include <QChar>
 #include <QDir>
+#include <QFile>
+#include <QIODevice>
+#include <QList>
 #include <QProcess>
+#include <QSize>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 #include <algorithm>
 
 namespace {

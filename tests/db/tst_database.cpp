@@ -8,7 +8,7 @@
 #include "controls/hourglass.h"
 #include "controls/testing.h"
 #include "db/basMain.h"
-#include "jet/file.h"
+#include "jet/disk/file.h"
 #include "vbrt/error.h"
 
 using namespace Qt::StringLiterals;

@@ -9,22 +9,30 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDialog>
+#include <QDir>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QList>
 #include <QListWidget>
+#include <QPoint>
 #include <QPushButton>
+#include <QRect>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QSize>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTextBlock>
 #include <QTimer>
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
+#include <QUrl>
 #include <QVBoxLayout>
-#include <QtTest>
 
 using namespace htmlhelp;
 

@@ -4,10 +4,10 @@
 
 #include <QByteArray>
 
-#include "jet/data_page.h"
-#include "jet/error.h"
-#include "jet/memory_disk.h"
-#include "jet/usage_map.h"
+#include "jet/disk/memory_disk.h"
+#include "jet/pages/data_page.h"
+#include "jet/pages/usage_map.h"
+#include "jet/values/error.h"
 
 struct BareFile {
     jet::MemoryDisk disk;

@@ -6,12 +6,12 @@
 #include <QString>
 #include <QTest>
 
-#include "jet/create.h"
 #include "jet/database.h"
-#include "jet/error.h"
-#include "jet/memory_disk.h"
-#include "jet/text_order.h"
-#include "jet/verify.h"
+#include "jet/disk/memory_disk.h"
+#include "jet/maintenance/create.h"
+#include "jet/maintenance/verify.h"
+#include "jet/values/error.h"
+#include "jet/values/text_order.h"
 
 namespace made {
 

@@ -3,11 +3,11 @@
 // state of a whole file is a word: "abc" has three pages after page 0.
 #pragma once
 
-#include "jet/error.h"
-#include "jet/memory_disk.h"
-#include "jet/pager.h"
+#include "jet/disk/memory_disk.h"
+#include "jet/disk/pager.h"
+#include "jet/values/error.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <cstring>
 #include <functional>

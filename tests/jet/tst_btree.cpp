@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "jet/btree.h"
+#include "jet/indexes/btree.h"
 
-#include <QtTest>
+#include <QTest>
 #include <random>
 #include <set>
 
 #include "jet/bare_file.h"
-#include "jet/bytes.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace jet;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "jet/codepage.h"
+#include "jet/values/codepage.h"
 
-#include <QtTest>
+#include <QTest>
 
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "rows.h"
 
 using namespace jet;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "jet/compact.h"
+#include "jet/maintenance/compact.h"
 
-#include <QtTest>
+#include <QTest>
 
-#include "jet/bytes.h"
 #include "jet/made_database.h"
 #include "jet/row_store.h"
+#include "jet/values/bytes.h"
 
 using namespace made;
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "jet/create.h"
+#include "jet/maintenance/create.h"
 
 #include <QTest>
 
-#include "jet/data_page.h"
+#include "jet/disk/pager.h"
 #include "jet/made_database.h"
-#include "jet/pager.h"
+#include "jet/pages/data_page.h"
 #include "rows.h"
 
 using namespace made;

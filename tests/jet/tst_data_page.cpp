@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "jet/data_page.h"
+#include "jet/pages/data_page.h"
 
-#include <QtTest>
+#include <QTest>
 #include <random>
 
 #include "jet/bare_file.h"

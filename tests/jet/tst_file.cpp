@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "jet/file.h"
+#include "jet/disk/file.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include "jet/paged_file.h"
 #include "rows.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "jet/header.h"
+#include "jet/disk/header.h"
 
-#include <QtTest>
+#include <QTest>
 
-#include "jet/bytes.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace jet;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "jet/index_key.h"
+#include "jet/indexes/index_key.h"
 #include "rows.h"
 
-#include <QtTest>
+#include <QTest>
 
 using namespace jet;
 

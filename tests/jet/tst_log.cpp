@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "jet/log.h"
+#include "jet/disk/log.h"
 
-#include <QtTest>
+#include <QTest>
 
-#include "jet/bytes.h"
-#include "jet/fault_disk.h"
+#include "jet/disk/fault_disk.h"
 #include "jet/paged_file.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace jet;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "jet/long_value.h"
+#include "jet/rows/long_value.h"
 
-#include <QtTest>
+#include <QTest>
 #include <random>
 
 #include "jet/bare_file.h"
-#include "jet/bytes.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace jet;

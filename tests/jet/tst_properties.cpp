@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "jet/properties.h"
+#include "jet/rows/properties.h"
 
 #include <QTest>
 
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "rows.h"
 
 using jet::Bytes;

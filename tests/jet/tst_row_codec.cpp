@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "jet/row_codec.h"
+#include "jet/rows/row_codec.h"
 
-#include <QtTest>
+#include <QTest>
 #include <random>
 
 #include "jet/bare_file.h"

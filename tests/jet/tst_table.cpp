@@ -5,7 +5,7 @@
 #include <map>
 
 #include "jet/made_database.h"
-#include "jet/usage_map.h"
+#include "jet/pages/usage_map.h"
 #include "rows.h"
 
 using namespace made;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "jet/table_def.h"
+#include "jet/rows/table_def.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include "jet/bare_file.h"
-#include "jet/bytes.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace jet;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "jet/text_order.h"
+#include "jet/values/text_order.h"
 
-#include <QtTest>
+#include <QTest>
 #include <random>
 
-#include "jet/codepage.h"
+#include "jet/values/codepage.h"
 #include "rows.h"
 
 using namespace jet;

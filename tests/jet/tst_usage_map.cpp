@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "jet/usage_map.h"
+#include "jet/pages/usage_map.h"
 
-#include <QtTest>
+#include <QList>
+#include <QTest>
 #include <random>
 #include <set>
 
 #include "jet/bare_file.h"
-#include "jet/bytes.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace jet;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include "jet/verify.h"
+#include "jet/maintenance/verify.h"
 
-#include <QtTest>
+#include <QTest>
 #include <functional>
 #include <random>
 
-#include "jet/btree.h"
-#include "jet/bytes.h"
-#include "jet/data_page.h"
+#include "jet/indexes/btree.h"
 #include "jet/made_database.h"
-#include "jet/usage_map.h"
+#include "jet/pages/data_page.h"
+#include "jet/pages/usage_map.h"
+#include "jet/values/bytes.h"
 #include "rows.h"
 
 using namespace made;

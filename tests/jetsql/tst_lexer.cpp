@@ -2,7 +2,7 @@
 #include "jetsql/lexer.h"
 #include "rows.h"
 
-#include <QtTest>
+#include <QTest>
 
 using jetsql::Token;
 

@@ -8,7 +8,7 @@
 #include "jetsql/test_database.h"
 #include "rows.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <sqlite3.h>
 

@@ -4,7 +4,7 @@
 #include "rows.h"
 #include "vbrt/error.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace ast = jetsql::ast;
 using jetsql::Errc;

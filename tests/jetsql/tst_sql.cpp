@@ -5,13 +5,14 @@
 // of the columns and the rows, else "N rows", or "error" with its name and what it is about. Behind " => " in the same
 // line stand the rows alone, parted by " ; ". A first line "types> " wants the types of the columns instead.
 // "restart" closes the file and opens it again. Lines with "#" are remarks.
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "jetsql/test_database.h"
 #include "rows.h"
 #include "vbrt/date.h"
 
+#include <QDebug>
 #include <QDir>
-#include <QtTest>
+#include <QTest>
 
 #include <cmath>
 #include <fstream>

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "budget_schema.h"
-#include "jet/create.h"
+#include "jet/maintenance/create.h"
 #include "vbrt/qstring.h"
 
 namespace lab {

@@ -21,7 +21,7 @@
 #include "ado/database_file.h"
 #include "controls/testing.h"
 #include "db/basMain.h"
-#include "jet/verify.h"
+#include "jet/maintenance/verify.h"
 #include "lab/budget_model.h"
 #include "ledger/frmStuffer.h"
 #include "reports/basReports.h"

@@ -7,8 +7,8 @@
 
 #include "ado/connection_string.h"
 #include "controls/hourglass.h"
-#include "jet/create.h"
-#include "jet/fault_disk.h"
+#include "jet/disk/fault_disk.h"
+#include "jet/maintenance/create.h"
 #include "program.h"
 
 #ifndef Q_OS_WIN

@@ -6,7 +6,11 @@
 #include "vbrt/format.h"
 #include "vbrt/qstring.h"
 
-#include <QtTest>
+#include <QChar>
+#include <QDate>
+#include <QLatin1String>
+#include <QTest>
+#include <QVariant>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>

@@ -5,7 +5,8 @@
 #include "vbrt/date.h"
 #include "vbrt/error_of.h"
 
-#include <QtTest>
+#include <QDate>
+#include <QTest>
 #include <cmath>
 
 class tst_date : public QObject {

@@ -2,7 +2,8 @@
 #include "rows.h"
 #include "vbrt/exact_sum.h"
 
-#include <QtTest>
+#include <QList>
+#include <QTest>
 #include <algorithm>
 #include <cmath>
 #include <limits>

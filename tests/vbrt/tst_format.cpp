@@ -3,7 +3,7 @@
 #include "vbrt/error_of.h"
 #include "vbrt/format.h"
 
-#include <QtTest>
+#include <QTest>
 #include <limits>
 
 class tst_format : public QObject {

@@ -2,8 +2,8 @@
 #include <map>
 
 #include "commands.h"
-#include "jet/error.h"
-#include "jet/verify.h"
+#include "jet/maintenance/verify.h"
+#include "jet/values/error.h"
 #include "output.h"
 
 namespace {

@@ -7,8 +7,8 @@
 #include "ado/errors.h"
 #include "budget.h"
 #include "commands.h"
-#include "jet/error.h"
-#include "jet/verify.h"
+#include "jet/maintenance/verify.h"
+#include "jet/values/error.h"
 #include "output.h"
 #include "statements/writer.h"
 

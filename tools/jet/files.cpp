@@ -3,7 +3,7 @@
 #include "ado/errors.h"
 #include "budget_schema.h"
 #include "commands.h"
-#include "jet/compact.h"
+#include "jet/maintenance/compact.h"
 
 int compactFile(const Arguments& arguments) {
     if (jet::realDisk().exists(arguments.names[1]))

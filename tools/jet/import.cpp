@@ -15,8 +15,8 @@
 
 #include "budget.h"
 #include "commands.h"
-#include "jet/codepage.h"
-#include "jet/error.h"
+#include "jet/values/codepage.h"
+#include "jet/values/error.h"
 #include "output.h"
 #include "statements/reader.h"
 #include "statements/text.h"

@@ -8,7 +8,7 @@
 
 #include "budget_schema.h"
 #include "commands.h"
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "terminal.h"
 
 namespace {

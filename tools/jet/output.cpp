@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <set>
 
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "terminal.h"
 #include "vbrt/date.h"
 

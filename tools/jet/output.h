@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/value.h"
+#include "jet/values/value.h"
 
 // Collects text and writes it in large pieces; to a terminal without control characters. flush() throws when standard
 // output cannot be written.

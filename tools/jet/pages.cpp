@@ -3,14 +3,14 @@
 #include <map>
 
 #include "commands.h"
-#include "jet/bytes.h"
-#include "jet/data_page.h"
-#include "jet/error.h"
-#include "jet/index_page.h"
-#include "jet/long_value.h"
-#include "jet/pager.h"
-#include "jet/row_codec.h"
-#include "jet/usage_map.h"
+#include "jet/disk/pager.h"
+#include "jet/indexes/index_page.h"
+#include "jet/pages/data_page.h"
+#include "jet/pages/usage_map.h"
+#include "jet/rows/long_value.h"
+#include "jet/rows/row_codec.h"
+#include "jet/values/bytes.h"
+#include "jet/values/error.h"
 #include "output.h"
 
 namespace {

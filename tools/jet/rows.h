@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/value.h"
+#include "jet/values/value.h"
 #include "output.h"
 
 enum class Form {

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "commands.h"
-#include "jet/error.h"
+#include "jet/values/error.h"
 #include "jetsql/error.h"
 #include "jetsql/statement.h"
 #include "output.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "jet/codepage.h"
+#include "jet/values/codepage.h"
 #include "vbrt/ascii.h"
 
 namespace statements {
