@@ -27,6 +27,7 @@
 #include "jet/maintenance/verify.h"
 #include "jetsql/statement.h"
 #include "lab/budget_model.h"
+#include "vbrt/error.h"
 
 using namespace lab;
 
@@ -219,14 +220,28 @@ class Kills {
 
 // --- Cuts and faults
 
-constexpr const char* kPath = "budget";
-constexpr const char* kCopy = "copy";
+constexpr const char* kPath = "/budget";
+constexpr const char* kCopy = "/copy";
+constexpr const char* kSaved = "/saved";
 const QString kCompact = "compact";
+const QString kSaveAs = "save as";
+
+// Save As as the program does it, on the disk of the trial.
+void saveAs(jet::Disk& disk) {
+    jet::setDefaultDisk(&disk);
+    try {
+        ado::copyDatabaseFile(kPath, kSaved);
+    } catch (const vbrt::Error& e) {
+        jet::setDefaultDisk(nullptr);
+        throw jet::Error(e.number() == vbrt::kDiskFull ? jet::Errc::DiskFull : jet::Errc::Io, e.what());
+    }
+    jet::setDefaultDisk(nullptr);
+}
 
 struct Work {
     const char* name = "";
     jet::Bytes file;              // before
-    std::vector<QString> steps;   // statements, or kCompact
+    std::vector<QString> steps;   // statements, kCompact or kSaveAs
     std::vector<State> states{};  // before the first and after each
 };
 
@@ -244,17 +259,31 @@ class Run {
             db.reset();
             jet::compactDatabase(kPath, kCopy, {.password = kPassword, .newPassword = {}, .disk = &faulty});
             open();
+        } else if (sql == kSaveAs) {
+            saveAs(faulty);
+            saved = {m_work.states[done]};
         } else {
             jetsql::execute(db, sql.toStdString());
         }
         ++done;
     }
     [[nodiscard]] bool finished() const { return done == m_work.steps.size(); }
+    // What is wrong with the file of Save As, which must be the last whole copy, or the one that is being made.
+    [[nodiscard]] std::string wrongWithSaved(jet::Disk& on) const {
+        std::vector<State> allowed = saved;
+        if (!finished() && m_work.steps[done] == kSaveAs)
+            allowed.push_back(m_work.states[done]);
+        if (!on.exists(kSaved))
+            return saved.empty() ? "" : "the copy of Save As is gone";
+        const std::string wrong = wrongWith(on, kSaved, allowed);
+        return wrong.empty() ? "" : "the copy of Save As: " + wrong;
+    }
 
     jet::MemoryDisk disk;
     jet::FaultDisk faulty{disk};
     std::shared_ptr<jet::Database> db;
     std::size_t done = 0;
+    std::vector<State> saved;  // what the last whole copy holds, if there is one
 
  private:
     const Work& m_work;
@@ -288,6 +317,10 @@ class Works {
         with("compaction", m_budget.addItem(m_random, 2'500));
         with("compaction", {{kCompact, [](Budget&) {}}});
         with("compaction", m_budget.addItem(m_random));
+        for (int i = 0; i < 3; ++i) {
+            with("save as", m_budget.addItem(m_random, 1'000));
+            with("save as", {{kSaveAs, [](Budget&) {}}});
+        }
         many("all sorts", 20, [&] { return m_budget.next(m_random); });
     }
 
@@ -305,7 +338,7 @@ class Works {
             all.push_back({name, m_disk.content(kPath), {}, {m_budget.state()}});
         const auto db = jet::Database::open(kPath, {.password = kPassword, .disk = &m_disk});
         for (const Budget::Step& step : steps) {
-            if (step.sql != kCompact)
+            if (step.sql != kCompact && step.sql != kSaveAs)
                 jetsql::execute(db, step.sql.toStdString());
             step.apply(m_budget);
             if (kept) {
@@ -353,7 +386,9 @@ bool cutAt(const Work& work, std::uint64_t n, Random& random, Counts& counts) {
         std::string wrong = wrongWith(*crashed, kPath, allowed);
         if (wrong.empty() && compacted)
             wrong = wrongWith(*crashed, kCopy, {work.states[run.done]});
-        if (wrong.empty() && crashed->exists("budget-log.old"))
+        if (wrong.empty())
+            wrong = run.wrongWithSaved(*crashed);
+        if (wrong.empty() && crashed->exists("/budget-log.old"))
             wrong = "the log was set aside";
         if (!wrong.empty())
             lost(std::string(work.name) + ", power cut at operation " + std::to_string(n) + ": " + wrong);
@@ -399,6 +434,10 @@ bool failAt(const Work& work, std::uint64_t n, bool onwards, jet::Errc error, Co
         }
         const bool over = run.faulty.failed();
         run.faulty.setPlan({});
+        if (const auto wrong = run.wrongWithSaved(run.disk); !wrong.empty())
+            lost(where + wrong);
+        if (!onwards && run.disk.exists(std::string(kSaved) + "-new"))
+            lost(where + "half a copy was left");
         if (run.db) {
             // A disk that takes nothing may keep the statement that it refused, for its record cannot be taken back.
             const State state = stateOf(*run.db);
