@@ -59,7 +59,7 @@ in_root() { # USER COMMAND
 sources() { # as git knows them, uncommitted changes included
     mkdir -p "$root/home/coinvale"
     git -c safe.directory='*' ls-files -z | tar -c --null -T - | tar -C "$root/home/coinvale" -x
-    chown -R "$(chroot "$root" id -u "$1"):" "$root/home/coinvale"
+    chroot "$root" chown -R "$1:" /home/coinvale
     [ -z "${CCACHE_DIR:-}" ] || in_root root "apt-get update -qq && apt-get install -qq --no-install-recommends ccache >/dev/null"
 }
 passed() { echo "Debian $release: $1"; }
