@@ -97,5 +97,5 @@ progress() {
 if grep -Eq 'Could not (resolve|connect)|Temporary failure|Failed to fetch|Unable to locate' "$log"; then
     stop "Packages are missing and their servers cannot be reached; start again with a network, or type as root: $(by_hand)"
 fi
-reason=$(sed -n 's/^E: //p' "$log" | head -n 1)
+reason=$(grep -E '^(dpkg: error|E: )' "$log" | tail -n 2 | tr '\n' ' ')
 stop "Packages are missing and apt-get could not install them (${reason:-no reason given}); as root, type: $(by_hand)"

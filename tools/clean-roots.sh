@@ -18,7 +18,7 @@ mkdir -p "$roots"
 
 unmount() {
     for name in "$roots"/*/; do
-        for folder in ccache dev/shm dev proc; do
+        for folder in ccache dev/shm dev/pts dev proc; do
             ! mountpoint -q "$name$folder" || umount "$name$folder"
         done
     done
@@ -35,6 +35,7 @@ fresh() { # NAME yes|no
     tar -C "$root" -xf "$roots/$release.tar"
     mount -t proc proc "$root/proc"
     mount --bind /dev "$root/dev"
+    mount --bind /dev/pts "$root/dev/pts"
     mount --bind /dev/shm "$root/dev/shm"
     cp -L /etc/resolv.conf "$root/etc/resolv.conf"
     chroot "$root" useradd -m -s /bin/sh anna

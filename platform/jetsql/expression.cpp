@@ -31,28 +31,26 @@ bool isTrueFor(Op op, int comparison) {
     }
 }
 
-Truth testComparison(const Expr& e, const Frame& frame) {
+// What holds of the two operands; unknown when one of them is Null.
+template <class Test>
+Truth testBoth(const Expr& e, const Frame& frame, Test&& test) {
     Value left;
     Value right;
     const Value& a = evaluate(e.children[0], frame, left);
     const Value& b = evaluate(e.children[1], frame, right);
-    if (jet::isNull(a) || jet::isNull(b))
-        return Truth::Unknown;
-    return truth(isTrueFor(e.op, compare(a, b)));
+    return jet::isNull(a) || jet::isNull(b) ? Truth::Unknown : truth(test(a, b));
+}
+
+Truth testComparison(const Expr& e, const Frame& frame) {
+    return testBoth(e, frame, [&](const Value& a, const Value& b) { return isTrueFor(e.op, compare(a, b)); });
 }
 
 Truth testLike(const Expr& e, const Frame& frame) {
-    Value left;
-    Value right;
-    const Value& text = evaluate(e.children[0], frame, left);
-    const Value& pattern = evaluate(e.children[1], frame, right);
-    if (jet::isNull(text) || jet::isNull(pattern))
-        return Truth::Unknown;
-    const auto* plainText = std::get_if<std::string>(&text);
-    const auto* plainPattern = std::get_if<std::string>(&pattern);
-    if (plainText && plainPattern)
-        return truth(like(*plainText, *plainPattern));
-    return truth(like(toText(text), toText(pattern)));
+    return testBoth(e, frame, [](const Value& text, const Value& pattern) {
+        const auto* plainText = std::get_if<std::string>(&text);
+        const auto* plainPattern = std::get_if<std::string>(&pattern);
+        return plainText && plainPattern ? like(*plainText, *plainPattern) : like(toText(text), toText(pattern));
+    });
 }
 
 // Includes both bounds, which may come in either order.

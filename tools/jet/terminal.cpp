@@ -18,17 +18,8 @@ bool isTerminal(int descriptor) {
     return _isatty(descriptor) != 0;
 }
 
-std::optional<std::string> readLine(int descriptor) {
-    std::string line;
-    for (char c = 0; line.size() < 4096;) {
-        const int count = _read(descriptor, &c, 1);
-        if (count < 0)
-            return std::nullopt;
-        if (count == 0 || c == '\n')
-            break;
-        line += c;
-    }
-    return line;
+static int readByte(int descriptor, char& c) {
+    return _read(descriptor, &c, 1);
 }
 
 std::optional<std::string> askPassword(const std::string& path) {
@@ -52,17 +43,8 @@ bool isTerminal(int descriptor) {
     return ::isatty(descriptor) != 0;
 }
 
-std::optional<std::string> readLine(int descriptor) {
-    std::string line;
-    for (char c = 0; line.size() < 4096;) {
-        const auto count = ::read(descriptor, &c, 1);
-        if (count < 0)
-            return std::nullopt;
-        if (count == 0 || c == '\n')
-            break;
-        line += c;
-    }
-    return line;
+static ssize_t readByte(int descriptor, char& c) {
+    return ::read(descriptor, &c, 1);
 }
 
 // Asks the terminal itself: standard input may hold the statements.
@@ -87,6 +69,19 @@ std::optional<std::string> askPassword(const std::string& path) {
 }
 
 #endif
+
+std::optional<std::string> readLine(int descriptor) {
+    std::string line;
+    for (char c = 0; line.size() < 4096;) {
+        const auto count = readByte(descriptor, c);
+        if (count < 0)
+            return std::nullopt;
+        if (count == 0 || c == '\n')
+            break;
+        line += c;
+    }
+    return line;
+}
 
 std::string withoutControls(std::string_view text) {
     static constexpr char kHex[] = "0123456789ABCDEF";
