@@ -381,7 +381,7 @@ void tst_list_view::headerClick() {
     QCOMPARE(clicked.first().first().toInt(), 1);
 }
 
-// Columns of figures are never cut; texts share the rest, and what the user chose stays.
+// Columns of figures are never cut, nor out of view; texts share the rest, and what the user chose stays.
 void tst_list_view::widths() {
     Ledger list;
     list.setElasticColumns({0, 2});
@@ -394,9 +394,14 @@ void tst_list_view::widths() {
         list.setFont(font);
         for (const int width : {1600, 900, 500, 350}) {
             list.resize(width, 200);
+            QCoreApplication::processEvents();
             const QByteArray where = QByteArray::number(points) + " pt, " + QByteArray::number(width);
-            QVERIFY2(list.header()->length() == list.viewport()->width(), where);
-            QVERIFY2(!list.horizontalScrollBar()->isVisible(), where);
+            const bool room = width > 350 || points == 9;
+            QVERIFY2(!room || list.header()->length() == list.viewport()->width(), where);
+            QVERIFY2(list.horizontalScrollBar()->isVisible() == !room, where);
+            // Texts keep a few letters; where there is no room for these, the figures stay in view all the same.
+            QVERIFY2(!room || list.columnWidth(0) > list.fontMetrics().horizontalAdvance("Depart"), where);
+            QVERIFY2(list.columnViewportPosition(1) + list.columnWidth(1) <= list.viewport()->width(), where);
             QVERIFY2(list.columnWidth(1) >= list.fontMetrics().horizontalAdvance("-$1,234,567.89") + 12, where);
         }
     }
