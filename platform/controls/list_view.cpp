@@ -39,7 +39,6 @@ class ListHeader : public QHeaderView {
     explicit ListHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, parent) {
         setSectionsMovable(false);
         setHighlightSections(false);
-        setTextElideMode(Qt::ElideRight);
         setStretchLastSection(false);
         setMinimumSectionSize(2 * kMargin);
     }
@@ -86,7 +85,8 @@ bool ListHeader::viewportEvent(QEvent* event) {
 }
 
 void ListHeader::paintContents(QPainter* painter, const QRect& rect, int section) const {
-    if (section != arrowColumn)
+    const bool sorted = section == arrowColumn;
+    if (!sorted && rect.width() >= bareWidth(section))
         return QHeaderView::paintSection(painter, rect, section);
 
     QStyleOptionHeaderV2 option;
@@ -97,15 +97,18 @@ void ListHeader::paintContents(QPainter* painter, const QRect& rect, int section
 
     // Text and arrow are aligned together; the text gives way when there is not room for both.
     const QRect room = style()->subElementRect(QStyle::SE_HeaderLabel, &option, this);
-    const int arrow = arrowSize();
-    const int textWidth = std::clamp(option.fontMetrics.horizontalAdvance(option.text) + 1, 0,
-                                     std::max(0, room.width() - kArrowGap - arrow));
-    const QSize group(std::min(room.width(), textWidth + kArrowGap + arrow), room.height());
+    const int arrow = sorted ? arrowSize() : 0;
+    const int gap = sorted ? kArrowGap : 0;
+    const int textWidth =
+        std::clamp(option.fontMetrics.horizontalAdvance(option.text) + 1, 0, std::max(0, room.width() - gap - arrow));
+    const QSize group(std::min(room.width(), textWidth + gap + arrow), room.height());
     const QRect at = QStyle::alignedRect(layoutDirection(), option.textAlignment, group, room);
     option.text = option.fontMetrics.elidedText(option.text, Qt::ElideRight, textWidth);
     option.rect = QRect(at.left(), at.top(), textWidth, at.height());
     option.textAlignment = Qt::AlignLeft | Qt::AlignVCenter;
     style()->drawControl(QStyle::CE_HeaderLabel, &option, painter, this);
+    if (!sorted)
+        return;
     const QRect arrowRect(at.right() + 1 - arrow, at.center().y() - arrow / 2, arrow, arrow);
     images[descending ? 1 : 0].paint(painter, arrowRect, Qt::AlignCenter,
                                      isEnabled() ? QIcon::Normal : QIcon::Disabled);
@@ -323,6 +326,8 @@ ListView::Share ListView::shareOf(int column) const {
 void ListView::shareWidth() {
     if (m_sharing || columnCount() == 0)
         return;
+    m_sharing = true;
+    setHorizontalScrollBarPolicy(rowCount() == 0 ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
     std::vector<int> widths;
     std::vector<Share> shares;
     QList<int> all;
@@ -356,10 +361,8 @@ void ListView::shareWidth() {
         take(second, &Share::shared);
         take(first, &Share::readable);
         take(second, &Share::readable);
-        if (rowCount() == 0) {  // nothing to be read
-            take(first, &Share::least);
-            take(second, &Share::least);
-        }
+        if (rowCount() == 0)  // nothing but headings
+            take(all, &Share::readable);
     }
     if (missing > 0 && !m_first.isEmpty()) {
         // There is a scroll bar, so what stands behind the columns that are never cut need not be narrow, and what
@@ -382,7 +385,6 @@ void ListView::shareWidth() {
     for (qsizetype i = 0, spare = -missing; spare > 0 && i < first.size(); ++i)
         widths[static_cast<std::size_t>(first[i])] +=
             static_cast<int>(spare / first.size() + (i < spare % first.size() ? 1 : 0));
-    m_sharing = true;
     for (int column = 0; column < columnCount(); ++column)
         setColumnWidth(column, widths[static_cast<std::size_t>(column)]);
     m_sharing = false;

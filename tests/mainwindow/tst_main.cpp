@@ -415,6 +415,8 @@ namespace {
 // What is cut, covered or out of the window, by name.
 QStringList faults(QWidget* window) {
     QStringList faults;
+    if (qobject_cast<QDialog*>(window) != nullptr && window->width() > window->screen()->availableGeometry().width())
+        faults << "wider than the screen";
     const auto isText = [](QWidget* widget) {
         return (qobject_cast<QLabel*>(widget) != nullptr || qobject_cast<QAbstractButton*>(widget) != nullptr) &&
                qobject_cast<controls::CaptionLabel*>(widget) == nullptr && !widget->inherits("QToolButton");
