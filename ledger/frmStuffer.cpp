@@ -25,6 +25,7 @@ namespace {
 constexpr int intMargin = 6;  // pixels between a cell's text and the edge of its column
 constexpr int intGap = 12;    // between captions
 constexpr int intLettersAbreast = 80;
+constexpr int intEnvelopeLetters = 20;
 }  // namespace
 
 QString StufferListSql(const QString& strSortField, const QString& strSortOrder) {
@@ -92,9 +93,9 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     connect(lvwStuffer, &controls::ListView::keyDown, this, &frmStuffer::lvwStuffer_KeyDown);
     connect(lvwStuffer, &controls::ListView::rightMouseUp, this, &frmStuffer::lvwStuffer_MouseUp);
     Form_Load();
-    // Wide enough for the amounts that it opens with.
-    int intWidth = lvwStuffer->header()->sectionSizeHint(0) + lvwStuffer->verticalScrollBar()->sizeHint().width() +
-                   2 * lvwStuffer->frameWidth();
+    // Wide enough for the amounts that it opens with, and most names.
+    int intWidth = intEnvelopeLetters * fontMetrics().averageCharWidth() +
+                   lvwStuffer->verticalScrollBar()->sizeHint().width() + 2 * lvwStuffer->frameWidth();
     for (const int intColumn : {colBudget, colCurrentBal, colNewBal})
         intWidth += lvwStuffer->columnWidth(intColumn);
     lvwStuffer->setMinimumWidth(intWidth);

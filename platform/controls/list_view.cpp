@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
+#include <cmath>
 #include <numeric>
 
 namespace controls {
@@ -128,6 +129,18 @@ class ListStyle : public QProxyStyle {
     }
 };
 
+// From 1, none, to 21, black on white; as the accessibility guidelines count it.
+double contrast(const QColor& one, const QColor& other) {
+    const auto luminance = [](const QColor& color) {
+        const auto linear = [](double part) {
+            return part <= 0.04 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF()) + 0.05;
+    };
+    const double ratio = luminance(one) / luminance(other);
+    return std::max(ratio, 1 / ratio);
+}
+
 class CellDelegate : public QStyledItemDelegate {
  public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -160,8 +173,11 @@ class CellDelegate : public QStyledItemDelegate {
         // Pure red is hard to read on a dark theme, and on the colour of the selection.
         if (background.lightness() < 128)
             option->palette.setColor(QPalette::Text, QColor(255, 128, 128));
-        const bool dark = option->palette.color(QPalette::Active, QPalette::Highlight).lightness() < 160;
-        option->palette.setColor(QPalette::HighlightedText, dark ? QColor(255, 214, 214) : QColor(170, 0, 0));
+        const QColor selection = option->palette.color(QPalette::Active, QPalette::Highlight);
+        const QColor pale(255, 224, 224);
+        const QColor deep(110, 0, 0);
+        option->palette.setColor(QPalette::HighlightedText,
+                                 contrast(pale, selection) > contrast(deep, selection) ? pale : deep);
     }
 };
 
@@ -359,8 +375,7 @@ void ListView::shareWidth() {
         take(all, &Share::whole);
         take(first, &Share::shared);
         take(second, &Share::shared);
-        take(first, &Share::readable);
-        take(second, &Share::readable);
+        take(first + second, &Share::readable);
         if (rowCount() == 0)  // nothing but headings
             take(all, &Share::readable);
     }
@@ -377,10 +392,8 @@ void ListView::shareWidth() {
         const auto isBehind = [lastWhole](int column) { return column > lastWhole; };
         first.removeIf(isBehind);
         second.removeIf(isBehind);
-        take(first, &Share::readable);
-        take(second, &Share::readable);
-        take(first, &Share::least);
-        take(second, &Share::least);
+        take(first + second, &Share::readable);
+        take(first + second, &Share::least);
     }
     for (qsizetype i = 0, spare = -missing; spare > 0 && i < first.size(); ++i)
         widths[static_cast<std::size_t>(first[i])] +=
