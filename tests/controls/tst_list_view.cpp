@@ -91,6 +91,8 @@ class tst_list_view : public QObject {
 
     void mouse();
     void keys();
+    void columnKeys_data();
+    void columnKeys();
     void typeAhead();
     void controlKeyKeepsSelection();
     void focusSelectsNothing();
@@ -465,6 +467,38 @@ void tst_list_view::keys() {
     QTest::keyClick(&list, Qt::Key_Home);
     QCOMPARE(list.selectedRow(), 0);
     QCOMPARE(seen, QList<int>({Qt::Key_Down, Qt::Key_End, Qt::Key_PageDown, Qt::Key_Home}));
+}
+
+// Keys as letters: R and L with Ctrl, W (wider) and N (narrower) with Ctrl+Shift, E is Ctrl+Enter.
+void tst_list_view::columnKeys_data() {
+    QTest::addColumn<QString>("keys");
+    QTest::addColumn<int>("clicked");
+    QTest::addColumn<int>("wider");
+    QTest::newRow("none chosen") << "EWN" << -1 << -1;
+    QTest::newRow("sort by the second") << "RRE" << 1 << -1;
+    QTest::newRow("no further than the ends") << "RRRRRLLLLE" << 0 << -1;
+    QTest::newRow("wider") << "RRWWN" << -1 << 1;
+}
+
+void tst_list_view::columnKeys() {
+    QFETCH(QString, keys);
+    Ledger list;
+    fill(list, {"a", "b"});
+    list.show();
+    QSignalSpy clicks(&list, &ListView::columnClicked);
+    const QList<int> before = {list.columnWidth(0), list.columnWidth(1), list.columnWidth(2)};
+    for (const QChar key : keys)
+        QTest::keyClick(&list,
+                        key == u'E'                  ? Qt::Key_Return
+                        : key == u'R' || key == u'W' ? Qt::Key_Right
+                                                     : Qt::Key_Left,
+                        key == u'W' || key == u'N' ? Qt::ControlModifier | Qt::ShiftModifier : Qt::ControlModifier);
+    QTEST(clicks.isEmpty() ? -1 : clicks.first().first().toInt(), "clicked");
+    int wider = -1;
+    for (int column = 0; column < 3; ++column)
+        if (list.columnWidth(column) > before[column])
+            wider = column;
+    QTEST(wider, "wider");
 }
 
 void tst_list_view::typeAhead() {

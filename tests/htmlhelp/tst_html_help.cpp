@@ -14,9 +14,13 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QProcess>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTextBlock>
@@ -121,6 +125,7 @@ class tst_html_help : public QObject {
     void zoom();
     void linksOutsideGoToTheDesktop();
     void picturesFitThePage();
+    void printsThePage();
     void nextCallKeepsTheWindow();
     void escapeCloses();
     void usableBesideAModalDialog();
@@ -420,6 +425,26 @@ void tst_html_help::picturesFitThePage() {
     }
     if (pictures == 0)
         QSKIP("the pages have no pictures");
+}
+
+void tst_html_help::printsThePage() {
+    if (QStandardPaths::findExecutable("pdftotext").isEmpty())
+        QSKIP("pdftotext is not installed");
+    const QTemporaryDir folder;
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QVERIFY(open(topic("Find.htm")));
+    QTimer::singleShot(0, qApp, [&folder] {
+        auto* dialog = qobject_cast<QPrintDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        dialog->printer()->setOutputFileName(folder.filePath("page.pdf"));
+        dialog->done(QDialog::Accepted);
+    });
+    press(Qt::Key_P, Qt::ControlModifier);
+    QProcess reader;
+    reader.start("pdftotext", {folder.filePath("page.pdf"), "-"});
+    QVERIFY(reader.waitForFinished());
+    const QString text = QString::fromUtf8(reader.readAllStandardOutput());
+    QVERIFY2(text.startsWith(heading()) && text.contains("Look In"), qPrintable(text));
 }
 
 void tst_html_help::nextCallKeepsTheWindow() {

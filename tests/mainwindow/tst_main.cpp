@@ -375,10 +375,26 @@ void tst_main::sorting() {
     clickHeader(2);
     QCOMPARE(program.column(2).first(), "beta");
     QCOMPARE(program.list()->headerImage(2), 1);
+    // A new item goes where this order has it, also in the list of an envelope that was chosen since.
+    program.select("Rent");
+    program.inDialog("mnuItemAdd", [](QDialog* dialog) {
+        type(dialog, "txtPayee", "Astra");
+        type(dialog, "txtAmount", "1");
+        click(dialog, "cmdOk");
+    });
+    QCOMPARE(program.column(2).mid(0, 2), QStringList({"beta", "Astra"}));
+    QCOMPARE(program.list()->selectedRow(), 1);
     QCOMPARE(program.dialogs.problems(), QStringList());
 }
 
 void tst_main::layout() {
+    {
+        frmMain main;  // as it starts, its frame included
+        main.show();
+        const QSize screen = main.screen()->geometry().size();
+        QTRY_COMPARE(main.frameGeometry().size(), QSize(screen.width() * 65 / 100, screen.height() * 6 / 10));
+        QVERIFY(main.size() != main.frameGeometry().size());
+    }
     Program program;
     program.main.resize(900, 600);
     const auto geometry = [&](const char* name) { return program.main.findChild<QWidget*>(name)->geometry(); };
