@@ -398,6 +398,13 @@ void tst_reports::shownAndSaved() {
              }())
                  .contains(QRegularExpression("Page size: +(792|842|841)")),
              row == 1);
+    // One bookmark an envelope.
+    QProcess reader;
+    reader.start("pdftohtml", {"-xml", "-i", "-stdout", path});
+    reader.waitForFinished();
+    const QString xml = QString::fromUtf8(reader.readAllStandardOutput());
+    QCOMPARE(xml.contains(u8"<item page=\"1\">Café</item>\n<item page=\"1\">Food &amp; Drink</item>"), row == 0);
+    QCOMPARE(xml.count("<item"), row == 0 ? 2 : 0);
 }
 
 void tst_reports::criteriaInTheHeader() {
