@@ -5,6 +5,7 @@
 #include "controls/sort_text.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QPixmap>
@@ -13,6 +14,7 @@
 #include <QStyledItemDelegate>
 #include <QTest>
 #include <QToolTip>
+#include <cmath>
 #include <random>
 #include <stdexcept>
 
@@ -97,6 +99,8 @@ class tst_list_view : public QObject {
     void controlKeyKeepsSelection();
     void focusSelectsNothing();
     void redOnDark();
+    void redOnTheSelection_data();
+    void redOnTheSelection();
     void accessibleTexts();
 };
 
@@ -563,6 +567,46 @@ void tst_list_view::redOnDark() {
     list.setPalette(dark);
     QVERIFY(reddest().red() > 200 && reddest().green() > 90);
     QCOMPARE(list.foreColor(0, 1), controls::kRed);
+}
+
+void tst_list_view::redOnTheSelection_data() {
+    QTest::addColumn<QColor>("base");
+    QTest::addColumn<QColor>("selection");
+    for (const char* base : {"#ffffff", "#1b1e20"})
+        for (const char* selection : {"#308cc6", "#3daee9", "#15395b", "#ffe08a"})
+            QTest::addRow("%s on %s", selection, base) << QColor(base) << QColor(selection);
+}
+
+// Readable, with the focus and without: three to one at least between the figures and what is behind them.
+void tst_list_view::redOnTheSelection() {
+    QFETCH(QColor, base);
+    QFETCH(QColor, selection);
+    Ledger list;
+    const std::string_view cells[] = {"", "MMMMMMMM", ""};
+    list.addRow(cells, 0, 0b10);
+    QPalette palette = list.palette();
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::Highlight, selection);
+    list.setPalette(palette);
+    list.selectRow(0);
+    list.resize(600, 100);
+    list.show();
+    const auto luminance = [](QRgb pixel) {
+        const auto linear = [](int part) { return std::pow(part / 255.0, 2.2); };
+        return 0.2126 * linear(qRed(pixel)) + 0.7152 * linear(qGreen(pixel)) + 0.0722 * linear(qBlue(pixel)) + 0.05;
+    };
+    for (const bool focus : {false, true}) {
+        QApplication::setActiveWindow(focus ? &list : nullptr);
+        QCOMPARE(list.hasFocus(), focus);
+        const QImage image = list.viewport()->grab(list.visualRect(list.model()->index(0, 1))).toImage();
+        const double behind = luminance(image.pixel(2, image.height() / 2));
+        double most = 1;
+        for (int x = 4; x < image.width() - 4; ++x) {
+            const double here = luminance(image.pixel(x, image.height() / 2));
+            most = std::max({most, here / behind, behind / here});
+        }
+        QVERIFY2(most >= 3, qPrintable(QString::number(most)));
+    }
 }
 
 void tst_list_view::accessibleTexts() {
