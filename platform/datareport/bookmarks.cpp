@@ -26,7 +26,7 @@ void addBookmarks(QPDF& pdf, const Pages& pages) {
                          QPDFObjectHandle::newArray({sheets.at(bookmark.page).getObjectHandle(),
                                                      QPDFObjectHandle::newName("/XYZ"), QPDFObjectHandle::newInteger(0),
                                                      QPDFObjectHandle::newReal(top, 2), QPDFObjectHandle::newNull()}));
-        if (last.isInitialized()) {
+        if (&bookmark != &pages.bookmarks.front()) {
             entry.replaceKey("/Prev", last);
             last.replaceKey("/Next", entry);
         } else {
