@@ -482,7 +482,7 @@ void tst_main::fits() {
     program.select("Envelopes");
     QTest::qWait(20);
 
-    QCOMPARE(faults(&program.main).join("; "), QString());
+    QTRY_COMPARE(faults(&program.main).join("; "), QString());
     controls::ListView* list = program.list();
     const auto below = [&](QWidget* widget) { return widget->mapTo(&program.main, QPoint(0, widget->height())).y(); };
     const auto top = [&](QWidget* widget) { return widget->mapTo(&program.main, QPoint()).y(); };
