@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScreen>
 #include <QScrollBar>
 #include <cmath>
 
@@ -23,6 +24,8 @@
 namespace {
 constexpr int intMargin = 6;  // pixels between a cell's text and the edge of its column
 constexpr int intGap = 12;    // between captions
+constexpr int intLettersAbreast = 80;
+constexpr int intEnvelopeLetters = 20;
 }  // namespace
 
 QString StufferListSql(const QString& strSortField, const QString& strSortOrder) {
@@ -63,9 +66,17 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     lvwStuffer->addColumn("New Bal", "new_balance", 12, ColumnAlignment::Right);
     lvwStuffer->setElasticColumns({0});
     lvwStuffer->setHeaderImages(QIcon(":/images/sort_ascending.svg"), QIcon(":/images/sort_descending.svg"));
-    const QLabel* const lblCaptions[] = {lblLabels_2, lblLabels_3, lblLabels_4};
-    for (const int intColumn : {colBudget, colCurrentBal, colNewBal})
-        lvwStuffer->setLeastWidth(intColumn, lblCaptions[intColumn - colBudget]->sizeHint().width() + intGap);
+    // Where the letters are large for the screen, the captions of the totals take two lines.
+    const int intScreen = screen()->availableGeometry().width();
+    const bool blnLarge = intScreen < intLettersAbreast * fontMetrics().averageCharWidth();
+    QLabel* const lblCaptions[] = {lblLabels_2, lblLabels_3, lblLabels_4};
+    for (const int intColumn : {colBudget, colCurrentBal, colNewBal}) {
+        QLabel* const lblCaption = lblCaptions[intColumn - colBudget];
+        lblCaption->setContentsMargins(intGap, 0, 0, 0);
+        lblCaption->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // as wide as the column
+        lblCaption->setWordWrap(blnLarge);
+        lvwStuffer->setLeastWidth(intColumn, blnLarge ? 0 : lblCaption->sizeHint().width());
+    }
     connect(lvwStuffer->header(), &QHeaderView::geometriesChanged, this, &frmStuffer::AlignTotals);
     connect(lvwStuffer->header(), &QHeaderView::sectionResized, this, &frmStuffer::AlignTotals);
 
@@ -82,12 +93,14 @@ frmStuffer::frmStuffer(frmMain& frmOwner) : QDialog(&frmOwner), objMain(frmOwner
     connect(lvwStuffer, &controls::ListView::keyDown, this, &frmStuffer::lvwStuffer_KeyDown);
     connect(lvwStuffer, &controls::ListView::rightMouseUp, this, &frmStuffer::lvwStuffer_MouseUp);
     Form_Load();
-    // Wide enough for the amounts that it opens with.
-    int intWidth = lvwStuffer->header()->sectionSizeHint(0) + lvwStuffer->verticalScrollBar()->sizeHint().width() +
-                   2 * lvwStuffer->frameWidth();
+    // Wide enough for the amounts that it opens with, and most names.
+    int intWidth = intEnvelopeLetters * fontMetrics().averageCharWidth() +
+                   lvwStuffer->verticalScrollBar()->sizeHint().width() + 2 * lvwStuffer->frameWidth();
     for (const int intColumn : {colBudget, colCurrentBal, colNewBal})
         intWidth += lvwStuffer->columnWidth(intColumn);
     lvwStuffer->setMinimumWidth(intWidth);
+    if (const int intTooWide = minimumSizeHint().width() + intGap - intScreen; intTooWide > 0)
+        lvwStuffer->setMinimumWidth(intWidth - intTooWide);
 }
 
 // Each total stands below its column, beside a scroll bar too.

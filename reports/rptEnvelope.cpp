@@ -8,9 +8,9 @@ Design rptEnvelope() {
     const ReportColumns cols = {
         {"Date", "txtItemDate", "item_date", strReportDate, 0, 66, Align::Left, 1, false, true},
         {"Number", "txtItemNum", "item_num", "", 68, 42, Align::Left, kAllLines},
-        {"Payee", "txtPayee", "payee", "", 112, 160, Align::Left, kAllLines},
-        {"R", "txtReconciled", "reconciled", "", 274, 14, Align::Center},
-        {"Amount", "txtAmount", "amount", "#,##0.00;(#,##0.00)", 290, 82, Align::Decimal, 1, true},
+        {"Payee", "txtPayee", "payee", "", 112, 142, Align::Left, kAllLines},
+        {"R", "txtReconciled", "reconciled", "", 256, 14, Align::Center},
+        {"Amount", "txtAmount", "amount", "#,##0.00;(#,##0.00)", 272, 100, Align::Decimal, 1, true},
         {"Comment", "txtComment", "comment", "", 386, 137, Align::Left, kAllLines},
     };
     return {

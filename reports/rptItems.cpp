@@ -8,9 +8,9 @@ Design rptItems() {
     const ReportColumns cols = {
         {"Date", "txtItemDate", "item_date", strReportDate, 0, 66, Align::Left, 1, false, true},
         {"Number", "txtItemNum", "item_num", "", 68, 46, Align::Left, kAllLines},
-        {"Payee", "txtPayee", "payee", "", 118, 164, Align::Left, kAllLines},
-        {"R", "txtReconciled", "reconciled", "", 286, 14, Align::Center},
-        {"Amount", "txtAmount", "amount", strReportMoney, 304, 88, Align::Right, 1, true},
+        {"Payee", "txtPayee", "payee", "", 118, 150, Align::Left, kAllLines},
+        {"R", "txtReconciled", "reconciled", "", 272, 14, Align::Center},
+        {"Amount", "txtAmount", "amount", strReportMoney, 290, 102, Align::Right, 1, true},
         {"Comment", "txtComment", "comment", "", 406, 176, Align::Left, kAllLines},
         {"Envelope", "txtEnvelope", "envelope", "", 590, 130, Align::Left, kAllLines},
     };

@@ -4,11 +4,19 @@
 #include <QHelpEvent>
 #include <QPainter>
 #include <QToolTip>
+#include <algorithm>
 
 namespace controls {
 
 QString CaptionLabel::elided() const {
-    return fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+    const QFontMetrics metrics = fontMetrics();
+    const QString whole = text();
+    const int room = contentsRect().width();
+    const QString amount = whole.mid(std::max<qsizetype>(0, whole.lastIndexOf(QLatin1String(" = "))));
+    const int left = room - metrics.horizontalAdvance(amount);
+    if (amount == whole || left < metrics.averageCharWidth() || metrics.horizontalAdvance(whole) <= room)
+        return metrics.elidedText(whole, Qt::ElideRight, room);
+    return metrics.elidedText(whole.chopped(amount.size()), Qt::ElideRight, left) + amount;
 }
 
 void CaptionLabel::paintEvent(QPaintEvent*) {

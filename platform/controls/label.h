@@ -7,8 +7,8 @@
 
 namespace controls {
 
-// A label whose text ends in an ellipsis where it is too long, so that half an amount is never taken for one. The whole
-// text is then its tool tip.
+// A label whose text is cut, with an ellipsis, where it is too long; what stands behind " = " stays whole if there is
+// room for it, and half an amount is never taken for one. The whole text is then its tool tip.
 class CaptionLabel : public QLabel {
     Q_OBJECT
 

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
+#include <cmath>
+#include <numeric>
 
 namespace controls {
 
@@ -27,6 +29,7 @@ constexpr int kMargin = 6;            // pixels on each side of a cell's text, s
 constexpr int kRowMargin = 2;         // pixels above and below it
 constexpr int kArrowGap = 4;          // pixels between a header's text and its arrow
 constexpr int kMostDigits = 24;       // a column of figures that is never cut is no wider than so many
+constexpr int kReadable = 6;          // letters that a text keeps while the columns fit
 constexpr qsizetype kPainted = 1024;  // characters; no column is wider, and a memo may be very long
 
 }  // namespace
@@ -53,6 +56,7 @@ class ListHeader : public QHeaderView {
 
  protected:
     void paintSection(QPainter* painter, const QRect& rect, int section) const override;
+    bool viewportEvent(QEvent* event) override;
 
  private:
     void paintContents(QPainter* painter, const QRect& rect, int section) const;
@@ -69,8 +73,21 @@ void ListHeader::paintSection(QPainter* painter, const QRect& rect, int section)
     painter->drawRect(rect.adjusted(1, 1, -2, -2));
 }
 
+// The whole of a heading that is cut.
+bool ListHeader::viewportEvent(QEvent* event) {
+    if (event->type() != QEvent::ToolTip)
+        return QHeaderView::viewportEvent(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const int section = logicalIndexAt(help->pos());
+    const bool cut = section >= 0 && sectionSize(section) < bareWidth(section);
+    QToolTip::showText(help->globalPos(), cut ? model()->headerData(section, Qt::Horizontal).toString() : QString(),
+                       this);
+    return true;
+}
+
 void ListHeader::paintContents(QPainter* painter, const QRect& rect, int section) const {
-    if (section != arrowColumn)
+    const bool sorted = section == arrowColumn;
+    if (!sorted && rect.width() >= bareWidth(section))
         return QHeaderView::paintSection(painter, rect, section);
 
     QStyleOptionHeaderV2 option;
@@ -81,15 +98,18 @@ void ListHeader::paintContents(QPainter* painter, const QRect& rect, int section
 
     // Text and arrow are aligned together; the text gives way when there is not room for both.
     const QRect room = style()->subElementRect(QStyle::SE_HeaderLabel, &option, this);
-    const int arrow = arrowSize();
-    const int textWidth = std::clamp(option.fontMetrics.horizontalAdvance(option.text) + 1, 0,
-                                     std::max(0, room.width() - kArrowGap - arrow));
-    const QSize group(std::min(room.width(), textWidth + kArrowGap + arrow), room.height());
+    const int arrow = sorted ? arrowSize() : 0;
+    const int gap = sorted ? kArrowGap : 0;
+    const int textWidth =
+        std::clamp(option.fontMetrics.horizontalAdvance(option.text) + 1, 0, std::max(0, room.width() - gap - arrow));
+    const QSize group(std::min(room.width(), textWidth + gap + arrow), room.height());
     const QRect at = QStyle::alignedRect(layoutDirection(), option.textAlignment, group, room);
     option.text = option.fontMetrics.elidedText(option.text, Qt::ElideRight, textWidth);
     option.rect = QRect(at.left(), at.top(), textWidth, at.height());
     option.textAlignment = Qt::AlignLeft | Qt::AlignVCenter;
     style()->drawControl(QStyle::CE_HeaderLabel, &option, painter, this);
+    if (!sorted)
+        return;
     const QRect arrowRect(at.right() + 1 - arrow, at.center().y() - arrow / 2, arrow, arrow);
     images[descending ? 1 : 0].paint(painter, arrowRect, Qt::AlignCenter,
                                      isEnabled() ? QIcon::Normal : QIcon::Disabled);
@@ -108,6 +128,18 @@ class ListStyle : public QProxyStyle {
         return QProxyStyle::pixelMetric(metric, option, widget);
     }
 };
+
+// From 1, none, to 21, black on white; as the accessibility guidelines count it.
+double contrast(const QColor& one, const QColor& other) {
+    const auto luminance = [](const QColor& color) {
+        const auto linear = [](double part) {
+            return part <= 0.04 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF()) + 0.05;
+    };
+    const double ratio = luminance(one) / luminance(other);
+    return std::max(ratio, 1 / ratio);
+}
 
 class CellDelegate : public QStyledItemDelegate {
  public:
@@ -141,8 +173,11 @@ class CellDelegate : public QStyledItemDelegate {
         // Pure red is hard to read on a dark theme, and on the colour of the selection.
         if (background.lightness() < 128)
             option->palette.setColor(QPalette::Text, QColor(255, 128, 128));
-        const bool dark = option->palette.color(QPalette::Active, QPalette::Highlight).lightness() < 160;
-        option->palette.setColor(QPalette::HighlightedText, dark ? QColor(255, 214, 214) : QColor(170, 0, 0));
+        const QColor selection = option->palette.color(QPalette::Active, QPalette::Highlight);
+        const QColor pale(255, 224, 224);
+        const QColor deep(110, 0, 0);
+        option->palette.setColor(QPalette::HighlightedText,
+                                 contrast(pale, selection) > contrast(deep, selection) ? pale : deep);
     }
 };
 
@@ -236,8 +271,6 @@ void ListView::measureFont() {
     for (int column = 0; column < columnCount(); ++column) {
         Width& width = m_widths[static_cast<std::size_t>(column)];
         width.heading = m_header->widthWithArrow(column);
-        width.comfortable =
-            m_widthChars[static_cast<std::size_t>(column)] * fontMetrics().horizontalAdvance(u'0') + 2 * kMargin;
         width.content = 0;
     }
     measureRows(0, rowCount() - 1);
@@ -267,84 +300,106 @@ void ListView::measureRows(int first, int last) {
         }
 }
 
-// Never cut, but within reason: a file may hold an amount of 300 digits.
-int ListView::neededWidth(int column) const {
-    const Width& width = m_widths[static_cast<std::size_t>(column)];
-    const int most = kMostDigits * m_advances['0'] / 64;
-    return std::max({width.heading, width.least, std::min(width.content, most)});
-}
-
-namespace {
-
-// Takes `deficit` pixels from the widest of the columns first, none below its floor; returns what is still missing.
-int takeFrom(const QList<int>& columns, std::vector<int>& widths, const std::vector<int>& floors, int deficit) {
-    while (deficit > 0) {
+// Takes `missing` pixels from the widest of the columns first, none below its floor; returns what is still missing.
+template <typename Share>
+static int takeFrom(const QList<int>& columns, std::vector<int>& widths, const std::vector<Share>& shares,
+                    int Share::*floor, int missing) {
+    while (missing > 0) {
         int widest = -1;
         for (const int column : columns) {
             const auto c = static_cast<std::size_t>(column);
-            if (widths[c] > floors[c] && (widest < 0 || widths[c] > widths[static_cast<std::size_t>(widest)]))
+            if (widths[c] > shares[c].*floor && (widest < 0 || widths[c] > widths[static_cast<std::size_t>(widest)]))
                 widest = column;
         }
         if (widest < 0)
             break;
         --widths[static_cast<std::size_t>(widest)];
-        --deficit;
+        --missing;
     }
-    return deficit;
+    return missing;
 }
 
-}  // namespace
+// What a column gives up: the room of its arrow and all blank space, then texts beyond its comfortable width, then all
+// but a few letters, at last these.
+ListView::Share ListView::shareOf(int column) const {
+    const Width& width = m_widths[static_cast<std::size_t>(column)];
+    const int comfortable = m_widthChars[static_cast<std::size_t>(column)] * m_advances['0'] / 64 + 2 * kMargin;
+    const int letter = fontMetrics().averageCharWidth();
+    const bool sorted = column == m_header->arrowColumn;
+    const int heading = std::max(width.least, sorted ? width.heading : m_header->bareWidth(column));
+    // Not more than is reasonable: a file may hold an amount of 300 digits.
+    const int most = m_first.contains(column) ? viewport()->width() : kMostDigits * m_advances['0'] / 64;
+    const int content = std::min(width.content, most);
+    Share share;
+    share.plenty = std::max({width.heading, width.least, content, comfortable});
+    share.whole = std::max(heading, content);
+    share.shared = std::max(heading, std::min(content, comfortable));
+    share.readable = std::min(share.shared, kReadable * letter + 2 * kMargin);
+    share.least = std::min(share.readable, 2 * letter + 2 * kMargin);
+    return share;
+}
 
 void ListView::shareWidth() {
     if (m_sharing || columnCount() == 0)
         return;
-    const auto count = static_cast<std::size_t>(columnCount());
-    const int room = viewport()->width();
+    m_sharing = true;
+    setHorizontalScrollBarPolicy(rowCount() == 0 ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
+    std::vector<int> widths;
+    std::vector<Share> shares;
+    QList<int> all;
     QList<int> first;
     QList<int> second;
-    QList<int> others;
-    std::vector<int> widths(count);
-    std::vector<int> needed(count);
-    std::vector<int> headings(count);
-    std::vector<int> least(count);
-    int total = 0;
+    int lastWhole = columnCount() - 1;  // the last of the columns that are never cut
     for (int column = 0; column < columnCount(); ++column) {
-        const auto c = static_cast<std::size_t>(column);
-        const bool elastic = m_first.contains(column) || m_second.contains(column);
-        if (m_widths[c].chosen)
-            widths[c] = columnWidth(column);
-        else {
-            (m_first.contains(column) ? first : m_second.contains(column) ? second : others) += column;
-            needed[c] = neededWidth(column);
-            widths[c] = std::max(needed[c], m_widths[c].comfortable);
-            if (elastic)
-                widths[c] = std::min(widths[c], room);
-            headings[c] = m_widths[c].heading;
-            least[c] = 2 * kMargin + fontMetrics().averageCharWidth();
-        }
-        total += widths[c];
+        const bool chosen = m_widths[static_cast<std::size_t>(column)].chosen;
+        const bool isFirst = m_first.contains(column);
+        const bool isSecond = m_second.contains(column);
+        shares.push_back(shareOf(column));
+        widths.push_back(chosen ? columnWidth(column) : shares.back().plenty);
+        if (!isFirst && !isSecond)
+            lastWhole = column;
+        if (chosen)
+            continue;
+        all += column;
+        if (isFirst)
+            first += column;
+        if (isSecond)
+            second += column;
     }
-    // The order in which columns give way: first to what their cells need, then to their headings, at last to a letter.
-    int deficit = total - room;
-    if (!m_first.isEmpty() || !m_second.isEmpty()) {
-        deficit = takeFrom(others + second, widths, needed, deficit);
-        deficit = takeFrom(first, widths, headings, deficit);
-        deficit = takeFrom(second, widths, headings, deficit);
-        deficit = takeFrom(first, widths, least, deficit);
-        deficit = takeFrom(second, widths, least, deficit);
-        for (const int column : others) {  // the room that headings keep for an arrow
+    const int room = viewport()->width();
+    int missing = std::accumulate(widths.begin(), widths.end(), -room);
+    const auto take = [&](const QList<int>& columns, int Share::*floor) {
+        missing = takeFrom(columns, widths, shares, floor, missing);
+    };
+    if (!m_first.isEmpty()) {
+        take(all, &Share::whole);
+        take(first, &Share::shared);
+        take(second, &Share::shared);
+        take(first + second, &Share::readable);
+        if (rowCount() == 0)  // nothing but headings
+            take(all, &Share::readable);
+    }
+    if (missing > 0 && !m_first.isEmpty()) {
+        // There is a scroll bar, so what stands behind the columns that are never cut need not be narrow, and what
+        // stands before them fills the list.
+        missing = -room;
+        for (int column = 0; column < columnCount(); ++column) {
             const auto c = static_cast<std::size_t>(column);
-            least[c] = std::min(needed[c], std::max({m_header->bareWidth(column), m_widths[c].least,
-                                                     std::min(m_widths[c].content, widths[c])}));
+            if (all.contains(column))
+                widths[c] = column <= lastWhole ? shares[c].whole : shares[c].shared;
+            missing += column <= lastWhole ? widths[c] : 0;
         }
-        takeFrom(others, widths, least, deficit);
+        const auto isBehind = [lastWhole](int column) { return column > lastWhole; };
+        first.removeIf(isBehind);
+        second.removeIf(isBehind);
+        take(first + second, &Share::readable);
+        take(first + second, &Share::least);
     }
-    for (qsizetype i = 0; deficit < 0 && i < first.size(); ++i)
+    for (qsizetype i = 0, spare = -missing; spare > 0 && i < first.size(); ++i)
         widths[static_cast<std::size_t>(first[i])] +=
-            (room - total) / static_cast<int>(first.size()) + (i < (room - total) % first.size() ? 1 : 0);
-    m_sharing = true;
-    for (std::size_t c = 0; c < count; ++c)
-        setColumnWidth(static_cast<int>(c), widths[c]);
+            static_cast<int>(spare / first.size() + (i < spare % first.size() ? 1 : 0));
+    for (int column = 0; column < columnCount(); ++column)
+        setColumnWidth(column, widths[static_cast<std::size_t>(column)]);
     m_sharing = false;
 }
 
@@ -359,6 +414,7 @@ void ListView::setHeaderArrow(int column, bool descending) {
     m_header->arrowColumn = column;
     m_header->descending = descending;
     m_header->viewport()->update();
+    shareWidth();
 }
 
 void ListView::clearHeaderArrow() {

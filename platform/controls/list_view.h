@@ -47,8 +47,9 @@ class ListView : public QTreeView {
     [[nodiscard]] QString columnTag(int column) const;
     [[nodiscard]] ColumnAlignment columnAlignment(int column) const;
     // The columns fill the list: `first` share the room that the others leave, and give way first where it is short;
-    // then those of `second` give way. The others are never cut. The whole of a text that is cut is its tool tip. A
-    // width that the user gives a column stays.
+    // then those of `second` give way. All keep a few letters; where there is not even room for these, the list
+    // scrolls, and shows the last column that is never cut without scrolling. The others are never cut. The whole of a
+    // text that is cut is its tool tip. A width that the user gives a column stays.
     void setElasticColumns(const QList<int>& first, const QList<int>& second = {});
     // Of a column, for what stands above or below it; pixels.
     void setLeastWidth(int column, int width);
@@ -134,18 +135,25 @@ class ListView : public QTreeView {
 
  private:
     struct Width {
-        int heading = 0;      // pixels, as all here
-        int comfortable = 0;  // of so many digits
+        int heading = 0;      // with room for an arrow; pixels, as all here
         int least = 0;        // asked for by setLeastWidth
         int content = 0;      // of the widest cell
         bool chosen = false;  // by the user
+    };
+    // From the width that a column has where there is room down to the one that it has where there is none.
+    struct Share {
+        int plenty = 0;
+        int whole = 0;
+        int shared = 0;
+        int readable = 0;
+        int least = 0;
     };
     bool columnKey(QKeyEvent* event);
     void chooseColumn(int column);
     void measureFont();
     void measureRows(int first, int last);
     [[nodiscard]] int cellWidth(std::string_view text) const;
-    [[nodiscard]] int neededWidth(int column) const;
+    [[nodiscard]] Share shareOf(int column) const;
     void shareWidth();
     void reportSelection();
 

@@ -213,8 +213,10 @@ bool TreeView::eventFilter(QObject* watched, QEvent* event) {
     if (!m_edited.isValid())
         qApp->removeEventFilter(this);
     else if (event->type() == QEvent::KeyPress && watched->isWidgetType() &&
-             static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && watched != indexWidget(m_edited))
+             static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && watched != indexWidget(m_edited)) {
         closeEditor(indexWidget(m_edited), QAbstractItemDelegate::RevertModelCache);
+        setFocus(Qt::MenuBarFocusReason);  // a menu bar would give the focus back to the editor
+    }
     return QTreeWidget::eventFilter(watched, event);
 }
 

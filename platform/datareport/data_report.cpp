@@ -19,16 +19,19 @@ namespace datareport {
 
 namespace {
 constexpr long kInvalidProperty = 380;
-}
+enum class Cancel { Yes, No };
+}  // namespace
 
 // A dialog that comes up when the work will take longer than a second.
-Progress progressOver(QWidget* owner, const QString& what) {
+static Progress progressOver(QWidget* owner, const QString& what, Cancel cancel = Cancel::Yes) {
     if (owner == nullptr)
         return {};
     auto dialog = std::make_shared<QProgressDialog>(what, QStringLiteral("Cancel"), 0, 0, owner);
     dialog->setWindowTitle(QCoreApplication::applicationName());
     dialog->setWindowModality(Qt::WindowModal);
     dialog->setMinimumDuration(1000);
+    if (cancel == Cancel::No)
+        dialog->setCancelButton(nullptr);
     return [dialog](std::size_t done, std::size_t whole) {
         dialog->setMaximum(static_cast<int>(whole));
         dialog->setValue(static_cast<int>(done));
@@ -127,7 +130,9 @@ void DataReport::PrintReport(QWidget* owner, bool dialog) try {
     if (dialog && !job.ask(owner))
         return;
     const controls::Hourglass hourglass;
-    job.print(m_impl->pagesFor(job.paper(), owner));
+    const Pages& pages = m_impl->pagesFor(job.paper(), owner);
+    // Pages that a printer has been given cannot be taken back.
+    job.print(pages, progressOver(owner, QStringLiteral("Printing the pages..."), Cancel::No));
 } catch (const Cancelled&) {
 }
 

@@ -57,6 +57,7 @@ struct Block {
     std::vector<Item> items;
     std::vector<NumberedCaption> captions;
     std::vector<Item> repeated;  // those of `items` that are shown again on the next page
+    QString title;               // of a group: its first text
 };
 
 bool namesPage(const QString& caption) {
@@ -245,6 +246,8 @@ class Layouter {
         }
         Block block;
         block.band = which;
+        if (which == Band::GroupHeader && cells != nullptr && !cells->empty())
+            block.title = cells->front().text;
         std::vector<double> tops;
         tops.reserve(band.fields.size());
         block.height = heightOf(
@@ -288,7 +291,7 @@ class Layouter {
     void placeDetail(Block block) {
         while (m_y + block.height > m_bottom + kTolerance) {
             const double room = m_bottom - m_y + kTolerance;
-            Block head{block.band, 0, {}, {}, {}};
+            Block head{block.band, 0, {}, {}, {}, {}};
             std::vector<Item> rest;
             double cut = block.height;  // where the rest begins
             for (Item& item : block.items) {
@@ -351,6 +354,8 @@ class Layouter {
                 endPage();
                 startPage();
             }
+            if (block.band == Band::GroupHeader)
+                m_pages.bookmarks.push_back({block.title, m_pages.pages.size() - 1, m_y});
             place(std::move(block));
         }
         m_run.clear();

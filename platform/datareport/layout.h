@@ -34,12 +34,20 @@ struct Page {
     std::vector<Item> items;
 };
 
+// Where a group begins.
+struct Bookmark {
+    QString title;
+    std::size_t page = 0;
+    double top = 0;  // measured as items are
+};
+
 // Items are measured from the corner inside the margins, in points times `scale`.
 struct Pages {
     Paper paper;
     double scale = 1;  // below 1 where the design had to be shrunk to fit the paper
     std::vector<Typeface> typefaces;
     std::vector<Page> pages;  // at least one
+    std::vector<Bookmark> bookmarks;
 };
 
 // Called now and then with how much of `whole` is done; false ends the work with Cancelled.

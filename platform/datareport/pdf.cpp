@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "datareport/pdf.h"
 
+#include "datareport/bookmarks.h"
 #include "datareport/painter.h"
 #include "vbrt/error.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -49,8 +51,12 @@ void writePdf(const Pages& pages, const QString& title, const QString& path, con
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         failToOpen(file, path);
+    // Only what gets bookmarks passes through the memory.
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QIODevice& target = pages.bookmarks.empty() ? static_cast<QIODevice&>(file) : buffer;
     {
-        QPdfWriter writer(&file);
+        QPdfWriter writer(&target);
         writer.setTitle(title);
         writer.setCreator(QCoreApplication::applicationName());
         writer.setResolution(kPointsPerInch * kUnitsPerPoint);
@@ -68,6 +74,8 @@ void writePdf(const Pages& pages, const QString& title, const QString& path, con
             paintPage(painter, pages, page);
         }
     }
+    if (&target == &buffer)
+        file.write(withBookmarks(buffer.data(), pages));
     if (!file.commit())
         failToWrite(file);
 }

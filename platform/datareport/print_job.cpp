@@ -106,7 +106,7 @@ std::vector<std::size_t> PrintJob::pagesToPrint(std::size_t count) const {
     return all;
 }
 
-void PrintJob::print(const Pages& pages) {
+void PrintJob::print(const Pages& pages, const Progress& progress) {
     m_printer.setPageOrientation(turned(m_orientation));  // whatever the dialog said: the pages are laid out for it
     m_printer.setFullPage(true);
     const std::vector<std::size_t> order = pagesToPrint(pages.pages.size());
@@ -124,6 +124,8 @@ void PrintJob::print(const Pages& pages) {
         if (i > 0 && !m_printer.newPage())
             fail(failure);
         paintPage(painter, pages, order[i]);
+        if (progress)
+            progress(i, order.size());
     }
     if (!painter.end() || m_printer.printerState() == QPrinter::Error)
         fail(failure);

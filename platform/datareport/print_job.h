@@ -24,7 +24,8 @@ class PrintJob {
     bool ask(QWidget* owner);
     [[nodiscard]] Paper paper() const;
     // The pages, and as many copies of them, as the dialog said. Error 482 when the printer fails.
-    void print(const Pages& pages);
+    // `progress` is told of each page; it cannot end the work.
+    void print(const Pages& pages, const Progress& progress = {});
 
  private:
     [[nodiscard]] std::vector<std::size_t> pagesToPrint(std::size_t count) const;

@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
@@ -199,6 +200,8 @@ void HelpWindow::changeZoom(int steps) {
 
 void HelpWindow::printPage() {
     QPrinter printer(QPrinter::HighResolution);
+    if (const QPageSize own = QPrinterInfo(printer).defaultPageSize(); own.isValid())
+        printer.setPageSize(own);
     if (QPrintDialog(&printer, this).exec() == QDialog::Accepted)
         m_page->print(&printer);
 }

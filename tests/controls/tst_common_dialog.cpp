@@ -15,6 +15,7 @@
 #include <QMessageBox>
 #include <QPrinter>
 #include <QPrinterInfo>
+#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTemporaryDir>
@@ -45,6 +46,7 @@ class tst_common_dialog : public QObject {
     void filesListed();
     void noPrinter();
     void printSetup();
+    void paperOfTheCountry();
 
     void datePickerKeys();
 
@@ -331,6 +333,19 @@ void tst_common_dialog::printSetup() {
     }
 }
 
+// Without a printer. Only a new process has another country.
+void tst_common_dialog::paperOfTheCountry() {
+    for (const auto& [country, paper] : {std::pair("en_US.UTF-8", "Letter"), std::pair("en_GB.UTF-8", "A4")}) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("LC_ALL", country);
+        process.setProcessEnvironment(environment);
+        process.start(QCoreApplication::applicationFilePath(), {"--paper"});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.readAllStandardOutput().trimmed(), paper);
+    }
+}
+
 void tst_common_dialog::datePickerKeys() {
     controls::DatePicker picker;
     QList<QDate> told;
@@ -373,5 +388,13 @@ void tst_common_dialog::datePickerKeys() {
     QCOMPARE(told.last(), QDate(2024, 2, 29));
 }
 
-QTEST_MAIN(tst_common_dialog)
+// With --paper it says which paper a report has that no printer is chosen for.
+int main(int argc, char* argv[]) {
+    const QApplication app(argc, argv);
+    if (argc == 2 && qstrcmp(argv[1], "--paper") == 0)
+        return puts(qPrintable(controls::ownPaper(QPrinterInfo()).key())) < 0;
+    tst_common_dialog test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_common_dialog.moc"

@@ -198,21 +198,22 @@ void tst_message_box::captions() {
     QCOMPARE(label.text(), caption);
 }
 
-// A caption that is cut is drawn as the same text with an ellipsis would be, and one that fits as it is.
+// What is cut of a caption is its words; its amount only where there is no room for that alone.
 void tst_message_box::longCaption() {
     controls::CaptionLabel label;
-    label.setText("Budget Total = $4,012.79");
-    const auto drawn = [&label](int width) {
+    const auto drawn = [&label](const QString& text, int width) {
+        label.setText(text);
         label.resize(width, 20);
         return label.grab().toImage();
     };
-    const int whole = label.fontMetrics().horizontalAdvance(label.text()) + 10;
-    const QImage fits = drawn(whole);
-    const QImage cut = drawn(whole / 2);
-    QVERIFY(cut != fits.copy(0, 0, whole / 2, 20));
-    label.setText(label.fontMetrics().elidedText(label.text(), Qt::ElideRight, whole / 2));
-    QVERIFY(label.text().endsWith(QChar(0x2026)));
-    QCOMPARE(drawn(whole / 2), cut);
+    const QString whole = "Budget Total = $4,012.79";
+    const QFontMetrics metrics = label.fontMetrics();
+    const QString cut = QString("Budg") + QChar(0x2026) + " = $4,012.79";
+    const int width = metrics.horizontalAdvance(whole);
+    const int less = metrics.horizontalAdvance(cut) + 1;
+    QVERIFY(drawn(whole, width) != drawn(cut, width));
+    QCOMPARE(drawn(whole, less), drawn(cut, less));
+    QCOMPARE(drawn(whole, width / 3), drawn(metrics.elidedText(whole, Qt::ElideRight, width / 3), width / 3));
 }
 
 void tst_message_box::twips() {

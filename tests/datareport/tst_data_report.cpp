@@ -5,9 +5,11 @@
 #include "controls/hourglass.h"
 #include "controls/testing.h"
 #include "datareport/page_view.h"
+#include "datareport/pdf.h"
 #include "datareport/preview.h"
 #include "datareport/table_rows.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
@@ -53,6 +55,7 @@ class tst_data_report : public QObject {
     void exportErrors_data();
     void exportErrors();
     void diskFull();
+    void cancelledPdf();
     void printing();
     void pagesByKey_data();
     void pagesByKey();
@@ -62,6 +65,7 @@ class tst_data_report : public QObject {
     void savePdf();
     void printFromPreview();
     void everyControlReachable();
+    void accessiblePage();
     void modal();
 
  private:
@@ -238,6 +242,23 @@ void tst_data_report::diskFull() {
 #else
     QSKIP("no way to limit the size of files");
 #endif
+}
+
+// No file is left, nor is one that was there touched.
+void tst_data_report::cancelledPdf() {
+    const auto report = makeReport(5 * kRowsPerPage);
+    QFile old(path("old.pdf"));
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+    old.close();
+    const auto files = [this] { return QDir(m_folder.path()).entryList(QDir::Files); };
+    const QStringList before = files();
+    for (const char* name : {"new.pdf", "old.pdf"}) {
+        const auto twoPages = [](std::size_t done, std::size_t) { return done < 2; };
+        QVERIFY_EXCEPTION_THROWN(datareport::writePdf(report->pages(), "Numbers", path(name), twoPages),
+                                 datareport::Cancelled);
+        QCOMPARE(files(), before);
+        QCOMPARE(contentOf(old.fileName()), "old");
+    }
 }
 
 // On a printer that prints into a file.
@@ -429,6 +450,18 @@ void tst_data_report::everyControlReachable() {
     QCOMPARE(shown.find<QAction>("last").toolTip(), "Last Page (End)");
     for (const auto* action : shown.window.findChild<QToolBar*>()->actions())
         QVERIFY(action->objectName().isEmpty() || !action->icon().pixmap(20).toImage().isNull());
+}
+
+// A screen reader is told the text of the page that is shown.
+void tst_data_report::accessiblePage() {
+    Shown shown;
+    QAccessibleInterface* const pages = QAccessible::queryAccessibleInterface(&shown.view());
+    QVERIFY(pages != nullptr && pages->textInterface() != nullptr);
+    QCOMPARE(pages->role(), QAccessible::Document);
+    QTest::keyClick(&shown.view(), Qt::Key_Right);
+    QAccessibleTextInterface* const text = pages->textInterface();
+    const QString page = text->text(0, text->characterCount());
+    QVERIFY2(page.startsWith(u8"2 of 5\nÖre & Pfund 18\n") && page.endsWith(u8"Öre & Pfund 34"), qPrintable(page));
 }
 
 void tst_data_report::modal() {

@@ -135,12 +135,15 @@ void tst_help::preview() {
     makeHome(program);
     program.inDialog("mnuFilePreview", [](QDialog* preview) { QTest::keyClick(preview, Qt::Key_F1); });
     QCOMPARE(shown(), "Reports, Contents");
+    QCOMPARE(helpWindow()->findChild<QTextBrowser*>("txtPage")->cursorForPosition({9, 30}).block().text(), "The preview");
 }
 
 void tst_help::aboutBox() {
     Program program;
     program.inDialog("mnuHelpAbout", [](QDialog* about) { click(about, "cmdLicense"); });
     QCOMPARE(shown(), "License, Contents");
+    program.inDialog("mnuHelpAbout", [](QDialog* about) { QTest::keyClick(about, Qt::Key_F1); });
+    QCOMPARE(shown(), "Overview, Contents");
 }
 
 void tst_help::withoutHelpFile_data() {

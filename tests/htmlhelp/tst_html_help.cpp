@@ -19,11 +19,15 @@
 #include <QList>
 #include <QListWidget>
 #include <QPoint>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QProcess>
 #include <QPushButton>
 #include <QRect>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QSize>
+#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -129,6 +133,7 @@ class tst_html_help : public QObject {
     void zoom();
     void linksOutsideGoToTheDesktop();
     void picturesFitThePage();
+    void printsThePage();
     void nextCallKeepsTheWindow();
     void escapeCloses();
     void usableBesideAModalDialog();
@@ -428,6 +433,26 @@ void tst_html_help::picturesFitThePage() {
     }
     if (pictures == 0)
         QSKIP("the pages have no pictures");
+}
+
+void tst_html_help::printsThePage() {
+    if (QStandardPaths::findExecutable("pdftotext").isEmpty())
+        QSKIP("pdftotext is not installed");
+    const QTemporaryDir folder;
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QVERIFY(open(topic("Find.htm")));
+    QTimer::singleShot(0, qApp, [&folder] {
+        auto* dialog = qobject_cast<QPrintDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        dialog->printer()->setOutputFileName(folder.filePath("page.pdf"));
+        dialog->done(QDialog::Accepted);
+    });
+    press(Qt::Key_P, Qt::ControlModifier);
+    QProcess reader;
+    reader.start("pdftotext", {folder.filePath("page.pdf"), "-"});
+    QVERIFY(reader.waitForFinished());
+    const QString text = QString::fromUtf8(reader.readAllStandardOutput());
+    QVERIFY2(text.startsWith(heading()) && text.contains("Look In"), qPrintable(text));
 }
 
 void tst_html_help::nextCallKeepsTheWindow() {

@@ -375,10 +375,26 @@ void tst_main::sorting() {
     clickHeader(2);
     QCOMPARE(program.column(2).first(), "beta");
     QCOMPARE(program.list()->headerImage(2), 1);
+    // A new item goes where this order has it, also in the list of an envelope that was chosen since.
+    program.select("Rent");
+    program.inDialog("mnuItemAdd", [](QDialog* dialog) {
+        type(dialog, "txtPayee", "Astra");
+        type(dialog, "txtAmount", "1");
+        click(dialog, "cmdOk");
+    });
+    QCOMPARE(program.column(2).mid(0, 2), QStringList({"beta", "Astra"}));
+    QCOMPARE(program.list()->selectedRow(), 1);
     QCOMPARE(program.dialogs.problems(), QStringList());
 }
 
 void tst_main::layout() {
+    {
+        frmMain main;  // as it starts, its frame included
+        main.show();
+        const QSize screen = main.screen()->geometry().size();
+        QTRY_COMPARE(main.frameGeometry().size(), QSize(screen.width() * 65 / 100, screen.height() * 6 / 10));
+        QVERIFY(main.size() != main.frameGeometry().size());
+    }
     Program program;
     program.main.resize(900, 600);
     const auto geometry = [&](const char* name) { return program.main.findChild<QWidget*>(name)->geometry(); };
@@ -415,6 +431,8 @@ namespace {
 // What is cut, covered or out of the window, by name.
 QStringList faults(QWidget* window) {
     QStringList faults;
+    if (qobject_cast<QDialog*>(window) != nullptr && window->width() > window->screen()->availableGeometry().width())
+        faults << "wider than the screen";
     const auto isText = [](QWidget* widget) {
         return (qobject_cast<QLabel*>(widget) != nullptr || qobject_cast<QAbstractButton*>(widget) != nullptr) &&
                qobject_cast<controls::CaptionLabel*>(widget) == nullptr && !widget->inherits("QToolButton");
@@ -464,7 +482,7 @@ void tst_main::fits() {
     program.select("Envelopes");
     QTest::qWait(20);
 
-    QCOMPARE(faults(&program.main).join("; "), QString());
+    QTRY_COMPARE(faults(&program.main).join("; "), QString());
     controls::ListView* list = program.list();
     const auto below = [&](QWidget* widget) { return widget->mapTo(&program.main, QPoint(0, widget->height())).y(); };
     const auto top = [&](QWidget* widget) { return widget->mapTo(&program.main, QPoint()).y(); };
@@ -474,8 +492,13 @@ void tst_main::fits() {
         QVERIFY(program.main.findChild<QWidget*>(name)->height() >= program.main.fontMetrics().height());
     const int amount = list->fontMetrics().horizontalAdvance("-$1,234,567.89") + 12;
     QVERIFY2(list->columnWidth(4) >= amount, qPrintable(QString::number(list->columnWidth(4))));
-    if (size.width() >= 800 || points == 9)
-        QVERIFY(!scrolls(list));
+    // No column scrolls out of sight, and a payee is readable, except where the window is small for its font; there the
+    // amounts stay in sight.
+    const bool roomy = size.width() >= (points < 18 ? 800 : 1000);
+    QVERIFY(!roomy || !scrolls(list));
+    QVERIFY(!roomy || list->columnWidth(2) >= list->fontMetrics().horizontalAdvance("Grocer"));
+    if (roomy || size.width() >= 800 || points == 9)
+        QVERIFY(list->columnViewportPosition(4) + list->columnWidth(4) <= list->viewport()->width());
 
     program.inDialog("mnuToolsStuffer", [](QDialog* dialog) {
         QCOMPARE(faults(dialog).join("; "), QString());

@@ -419,6 +419,7 @@ void tst_typing::openRename_data() {
     addRow("Esc", 4, "Rent");
     addRow("Esc in a menu", 5, "Rent");
     addRow("Esc after Alt", 6, "Rent");
+    addRow("Esc in a menu of the bar, and out of the bar", 7, "Rent");
 }
 
 // A name being typed in the tree is taken before a command runs; Esc gives it up.
@@ -455,7 +456,12 @@ void tst_typing::openRename() {
     else {
         if (way == 6)
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Alt);
+        if (way == 7) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_I, Qt::AltModifier);
+            QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+        }
         press(Qt::Key_Escape);
+        QVERIFY(program.tree()->hasFocus());  // and not the bar
     }
     QVERIFY(!program.tree()->isEditing());
     QCOMPARE(program.rows("select envelope from tbl_envelopes order by envelope").join(' '),

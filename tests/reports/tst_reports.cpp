@@ -128,14 +128,14 @@ void tst_reports::pages() {
 0 Envelope: | 68 All Envelopes
 0 Date Range: | 68 All Dates
 0 ----
-0 Date | 70 Number | 116 Payee | 284 R | 344 Amount | 399 Comment
+0 Date | 70 Number | 116 Payee | 265 R | 344 Amount | 399 Comment
 0 ----
 0 Café
 0 12/31/2025 | 116 O'Brien | 358 (0.01)
 0 ----
 0 Total | 353 -$0.01
 0 Food & Drink
-0 01/15/2026 | 70 101 | 116 Müller & Söhne | 285 * | 340 (1,234.50) | 399 two
+0 01/15/2026 | 70 101 | 116 Müller & Söhne | 267 * | 340 (1,234.50) | 399 two
 399 lines
 0 02/01/2026 | 116 Budget Allocation | 343 1,000.00
 0 ----
@@ -148,10 +148,10 @@ void tst_reports::pages() {
 0 Envelope: | 66 All Envelopes
 0 Date Range: | 66 All Dates
 0 ----
-0 Date | 68 Number | 118 Payee | 287 R | 352 Amount | 406 Comment | 590 Envelope
+0 Date | 68 Number | 118 Payee | 273 R | 352 Amount | 406 Comment | 590 Envelope
 0 ----
 0 12/31/2025 | 118 O'Brien | 360 -$0.01 | 590 Café
-0 01/15/2026 | 68 101 | 118 Müller & Söhne | 288 * | 343 -$1,234.50 | 406 two | 590 Food & Drink
+0 01/15/2026 | 68 101 | 118 Müller & Söhne | 274 * | 343 -$1,234.50 | 406 two | 590 Food & Drink
 406 lines
 0 02/01/2026 | 118 Budget Allocation | 346 $1,000.00 | 590 Food & Drink
 0 ----
@@ -165,12 +165,12 @@ void tst_reports::pages() {
 0 Envelope: | 68 All Envelopes
 0 Date Range: | 68 All Dates
 0 ----
-0 Envelope | 221 Budget | 308 Deposits | 398 Payments | 505 Balance
+0 Envelope | 193 Budget | 289 Deposits | 388 Payments | 505 Balance
 0 ----
-0 Food & Drink | 220 $300.50 | 306 $1,000.00 | 397 -$1,234.50 | 504 -$234.50
-0 Café | 225 $20.00 | 324 $0.00 | 415 -$0.01 | 514 -$0.01
+0 Food & Drink | 192 $300.50 | 287 $1,000.00 | 388 -$1,234.50 | 504 -$234.50
+0 Café | 197 $20.00 | 305 $0.00 | 405 -$0.01 | 514 -$0.01
 0 ----
-0 Totals | 220 $320.50 | 306 $1,000.00 | 397 -$1,234.51 | 504 -$234.51
+0 Totals | 192 $320.50 | 287 $1,000.00 | 388 -$1,234.51 | 504 -$234.51
 )");
     criteria.strReport = "Stuffer";
     criteria.strSort1 = "Envelope";
@@ -398,6 +398,13 @@ void tst_reports::shownAndSaved() {
              }())
                  .contains(QRegularExpression("Page size: +(792|842|841)")),
              row == 1);
+    // One bookmark an envelope.
+    QProcess reader;
+    reader.start("pdftohtml", {"-xml", "-i", "-stdout", path});
+    reader.waitForFinished();
+    const QString xml = QString::fromUtf8(reader.readAllStandardOutput());
+    QCOMPARE(xml.contains(u8"<item page=\"1\">Café</item>\n<item page=\"1\">Food &amp; Drink</item>"), row == 0);
+    QCOMPARE(xml.count("<item"), row == 0 ? 2 : 0);
 }
 
 void tst_reports::criteriaInTheHeader() {
