@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "reports/frmReports.h"
 
+#include <QScreen>
 #include <QSignalBlocker>
 
 #include "controls/entry_rules.h"
@@ -30,6 +31,11 @@ frmReports::frmReports(QWidget* frmOwner) : QDialog(frmOwner) {
     lytSelect->setColumnMinimumWidth(0, intCaptions);
     lytSort->setColumnMinimumWidth(0, intCaptions);
     Form_Load();
+    if (sizeHint().width() > screen()->availableGeometry().width()) {  // a small screen and large letters
+        cboEnvelopes->setMinimumContentsLength(1);
+        lstReports->setMinimumWidth(lstReports->sizeHintForColumn(0) + 2 * lstReports->frameWidth());
+        lstReports->setMaximumWidth(lstReports->minimumWidth());
+    }
 }
 
 void frmReports::Form_Load() try {
