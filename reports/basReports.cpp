@@ -1,14 +1,75 @@
 // SPDX-License-Identifier: MIT
 #include "reports/basReports.h"
 
+#include <vector>
+
 #include "db/basMain.h"
+#include "reports/basDesigns.h"
 #include "vbrt/qstring.h"
 
 namespace {
 
-// These two join the tables, so that the column needs the name of one.
-bool JoinsTables(const QString& strReport) {
-    return strReport == "Stuffer" || strReport == "Summary";
+// A report: one row of the table below, and its design.
+struct ReportKind {
+    QString strName;  // as the list shows it
+    datareport::Design (*fnDesign)();
+    QStringList lstSorts;  // the sort fields offered, and the two chosen at first
+    std::pair<QString, QString> strDefaultSorts;
+    QString strSelect;            // the query before its where clause
+    QString strGroupBy{};         // and behind it
+    bool blnJoinsTables = false;  // so that the column envelope needs the name of its table
+    bool blnShape = false;        // grouped by envelope
+};
+
+const QString strJoined =
+    " from tbl_envelopes inner join tbl_items on"
+    " tbl_envelopes.envelope = tbl_items.envelope";
+const QString strGrouped = " group by tbl_envelopes.envelope, tbl_envelopes.budget";
+
+const std::vector<ReportKind>& ReportKinds() {
+    static const std::vector<ReportKind> arrKinds = {
+        {"Envelope",
+         rptEnvelope,
+         {"", "Amount", "Comment", "Date", "Number", "Payee", "Reconciled"},
+         {"Date", "Number"},
+         "select * from tbl_items",
+         "",
+         false,
+         true},
+        {"Items",
+         rptItems,
+         {"", "Amount", "Comment", "Date", "Envelope", "Number", "Payee", "Reconciled"},
+         {"Envelope", "Date"},
+         "select * from tbl_items"},
+        {"Stuffer",
+         rptStuffer,
+         {"", "Budget", "Current Balance", "Envelope", "New Balance"},
+         {"Envelope", ""},
+         "select tbl_envelopes.envelope, tbl_envelopes.budget, sum(tbl_items.amount) as current_balance,"
+         " [current_balance] + [budget] as new_balance" +
+             strJoined,
+         strGrouped,
+         true},
+        {"Summary",
+         rptSummary,
+         {"", "Balance", "Budget", "Deposits", "Envelope", "Payments"},
+         {"Envelope", ""},
+         "select tbl_envelopes.envelope, tbl_envelopes.budget,"
+         " sum(iif([tbl_items]![amount]>0, [tbl_items]![amount], 0)) as deposits,"
+         " sum(iif([tbl_items]![amount] < 0, [tbl_items]![amount], 0)) as payments,"
+         " sum(tbl_items.amount) as balance" +
+             strJoined,
+         strGrouped,
+         true},
+    };
+    return arrKinds;
+}
+
+const ReportKind& Kind(const QString& strReport) {
+    for (const ReportKind& knd : ReportKinds())
+        if (knd.strName == strReport)
+            return knd;
+    return ReportKinds().front();
 }
 
 // Kept: the replacement runs over the whole clause, a quoted name with the word "envelope" in it included.
@@ -18,22 +79,23 @@ QString Qualified(QString strClause) {
 
 }  // namespace
 
+QStringList ReportCaptions() {
+    QStringList lstNames;
+    for (const ReportKind& knd : ReportKinds())
+        lstNames += knd.strName;
+    return lstNames;
+}
+
+datareport::Design ReportDesign(const QString& strReport) {
+    return Kind(strReport).fnDesign();
+}
+
 QStringList SortCaptions(const QString& strReport) {
-    if (strReport == "Items")
-        return {"", "Amount", "Comment", "Date", "Envelope", "Number", "Payee", "Reconciled"};
-    if (strReport == "Envelope")
-        return {"", "Amount", "Comment", "Date", "Number", "Payee", "Reconciled"};
-    if (strReport == "Summary")
-        return {"", "Balance", "Budget", "Deposits", "Envelope", "Payments"};
-    return {"", "Budget", "Current Balance", "Envelope", "New Balance"};
+    return Kind(strReport).lstSorts;
 }
 
 std::pair<QString, QString> DefaultSorts(const QString& strReport) {
-    if (strReport == "Items")
-        return {"Envelope", "Date"};
-    if (strReport == "Envelope")
-        return {"Date", "Number"};
-    return {"Envelope", ""};
+    return Kind(strReport).strDefaultSorts;
 }
 
 QString SortColumn(const QString& strCaption) {
@@ -70,7 +132,7 @@ QString WhereClause(const ReportCriteria& crt) {
     QString strWhere;
     if (crt.strEnvelope != strAllEnvelopes) {
         strWhere = " envelope = '" + SqlQuote(crt.strEnvelope) + "'";
-        if (JoinsTables(crt.strReport))
+        if (Kind(crt.strReport).blnJoinsTables)
             strWhere = Qualified(strWhere);
     }
     if (crt.strDateRange != strAllDates) {
@@ -87,27 +149,15 @@ QString OrderByClause(const ReportCriteria& crt) {
         strOrderBy = " order by " + SortColumn(crt.strSort1) + (crt.blnSort1Asc ? "" : " desc");
     if (!crt.strSort2.isEmpty())
         strOrderBy += ", " + SortColumn(crt.strSort2) + (crt.blnSort2Asc ? "" : " desc");
-    return JoinsTables(crt.strReport) ? Qualified(strOrderBy) : strOrderBy;
+    return Kind(crt.strReport).blnJoinsTables ? Qualified(strOrderBy) : strOrderBy;
 }
 
 QString ReportSql(const ReportCriteria& crt) {
+    const ReportKind& knd = Kind(crt.strReport);
     const QString strWhere = WhereClause(crt);
-    const QString strOrderBy = OrderByClause(crt);
-    if (crt.strReport == "Items")
-        return "select * from tbl_items" + strWhere + strOrderBy;
-    if (crt.strReport == "Envelope")
-        return EnvelopeShapeSql(strWhere + strOrderBy);
-    const QString strSums = crt.strReport == "Summary" ? " sum(iif([tbl_items]![amount]>0,"
-                                                         " [tbl_items]![amount], 0)) as deposits,"
-                                                         " sum(iif([tbl_items]![amount] < 0,"
-                                                         " [tbl_items]![amount], 0)) as payments,"
-                                                         " sum(tbl_items.amount) as balance"
-                                                       : " sum(tbl_items.amount) as current_balance,"
-                                                         " [current_balance] + [budget] as new_balance";
-    return "select tbl_envelopes.envelope, tbl_envelopes.budget," + strSums +
-           " from tbl_envelopes inner join tbl_items on"
-           " tbl_envelopes.envelope = tbl_items.envelope" +
-           strWhere + " group by tbl_envelopes.envelope, tbl_envelopes.budget" + strOrderBy;
+    if (knd.blnShape)
+        return EnvelopeShapeSql(strWhere + OrderByClause(crt));
+    return knd.strSelect + strWhere + knd.strGroupBy + OrderByClause(crt);
 }
 
 QString EnvelopeShapeSql(const QString& strClauses) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the Reports window decides, without the window: the sort fields of each report, the date presets, and the text
-// of each report's query.
+// What the Reports window decides, without the window: which reports there are, the sort fields of each, the date
+// presets, and the text of each report's query.
 #pragma once
 
 #include <QDate>
@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <optional>
 #include <utility>
+
+#include "datareport/design.h"
 
 inline constexpr char strAllEnvelopes[] = "All Envelopes";
 inline constexpr char strAllDates[] = "All Dates";
@@ -25,6 +27,10 @@ struct ReportCriteria {
     bool blnSort1Asc = true;
     bool blnSort2Asc = true;
 };
+
+// The names of the reports, in the order of the list.
+QStringList ReportCaptions();
+datareport::Design ReportDesign(const QString& strReport);
 
 // Sort fields offered for a report, the empty one first.
 QStringList SortCaptions(const QString& strReport);

@@ -7,7 +7,7 @@
 #include "datareport/data_report.h"
 #include "db/basMain.h"
 #include "help/basHelp.h"
-#include "reports/basDesigns.h"
+#include "reports/basReports.h"
 
 namespace {
 
@@ -34,16 +34,6 @@ class clsReportRows : public datareport::Rows {
 };
 
 }  // namespace
-
-datareport::Design ReportDesign(const QString& strReport) {
-    if (strReport == "Items")
-        return rptItems();
-    if (strReport == "Stuffer")
-        return rptStuffer();
-    if (strReport == "Summary")
-        return rptSummary();
-    return rptEnvelope();
-}
 
 std::unique_ptr<datareport::Rows> ReportRows(std::shared_ptr<ado::Recordset> rst) {
     return std::make_unique<clsReportRows>(std::move(rst));

@@ -5,7 +5,6 @@
 #include <QString>
 #include <memory>
 
-#include "datareport/design.h"
 #include "datareport/rows.h"
 
 class QWidget;
@@ -23,6 +22,5 @@ struct ReportRequest {
 // The preview is modal and owned by `frmOwner`; printing asks nothing. Throws what the query and the printer throw.
 void ShowReport(QWidget* frmOwner, const ReportRequest& rpt, bool blnPreview);
 
-// The pieces of it: the design of a report, and a recordset as its rows.
-datareport::Design ReportDesign(const QString& strReport);
+// A recordset as the rows of a report.
 std::unique_ptr<datareport::Rows> ReportRows(std::shared_ptr<ado::Recordset> rst);

@@ -45,7 +45,7 @@ void frmReports::Form_Load() try {
         dtp->setDate(vbrt::qt::Today());
     }
     cboDateRanges_Click();
-    lstReports->addItems({"Envelope", "Items", "Stuffer", "Summary"});
+    lstReports->addItems(ReportCaptions());
     lstReports->setCurrentRow(0);
     cboEnvelopes->addItem(strAllEnvelopes);
     const auto rst = objDatabase->objCnn()->Execute("select envelope from tbl_envelopes order by envelope");
