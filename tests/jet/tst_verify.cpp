@@ -3,7 +3,6 @@
 
 #include <QTest>
 #include <functional>
-#include <random>
 
 #include "jet/indexes/btree.h"
 #include "jet/made_database.h"
@@ -363,23 +362,6 @@ class tst_verify : public QObject {
         p.rows(page).format(p.def("parrots").page);
         QCOMPARE(verify(*p.pager, 10, &remarks), std::vector<std::string>());
         QCOMPARE(remarks, (std::vector<std::string>{"table parrots: page " + std::to_string(page) + " has no rows"}));
-    }
-
-    void anyByteWrong() {
-        std::mt19937 random(17);
-        Patient p(m_good);
-        int found = 0;
-        for (int i = 0; i < 250; ++i) {
-            const auto page = static_cast<PageNo>(random() % p.pager->pageCount());
-            Page& bytes = p.edit(page);
-            const Page before = bytes;
-            for (unsigned flips = 0; flips < 1 + i % 3U; ++flips)
-                bytes.bytes[random() % (random() % 2 == 0 ? 64 : kPageSize)] = static_cast<std::uint8_t>(random());
-            found += verify(*p.pager, 20).empty() ? 0 : 1;
-            p.edit(page) = before;
-        }
-        QVERIFY(found > 100);
-        QCOMPARE(verify(*p.pager), std::vector<std::string>());
     }
 
  private:
