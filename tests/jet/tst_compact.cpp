@@ -290,17 +290,6 @@ class tst_compact : public QObject {
         QCOMPARE(copy.show("children"), before);
     }
 
-    void sameBytesAgain() {
-        MadeDatabase made(description());
-        fill(made, 100);
-        made.change([&] { addForeignObjects(*made.db); });
-        compact(made);
-        CompactOptions options;
-        options.disk = &made.disk;
-        compactDatabase(kCopy, "again.mdb", options);
-        QVERIFY(made.disk.content("again.mdb") == made.disk.content(kCopy));
-    }
-
     // Columns that were dropped leave holes that stay; their data goes. Rows older than a column get it as Null.
     void droppedAndAddedColumns() {
         MadeDatabase made(description());
@@ -408,30 +397,6 @@ class tst_compact : public QObject {
                     while (rows->next(row)) {
                     }
                 }).startsWith(corrupt));
-    }
-
-    // A catalog row without its type, behind one of a query; and maps of columns that are not there, as many as fill
-    // another page of their definition.
-    void oddRowsOfTheCatalog() {
-        MadeDatabase made(description());
-        made.change([&] {
-            RowStore objects = storeOf(*made.db, "MSysObjects");
-            Row row(objects.def().columns.size());
-            row[0] = kFormId;
-            row[1] = std::int32_t{0x0F000001};
-            row[2] = str("without a type");
-            row[13] = Bytes(40, 1);
-            objects.insertRow(row);
-            TableDef def = made["children"].def();
-            for (std::uint16_t i = 0; i < 250; ++i)
-                def.longValues.push_back({static_cast<std::uint16_t>(1000 + i), {}, std::nullopt});
-            def.pages.push_back(made.db->space().allocate());
-            def.store(made.db->pager());
-        });
-        made.reopen();
-        compact(made);
-        QCOMPARE(Copy(made).db->table("children").def().pages.size(), std::size_t{1});
-        QVERIFY(Copy(made).show("MSysObjects").contains("without a type"));
     }
 };
 

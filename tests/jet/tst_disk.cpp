@@ -136,16 +136,6 @@ class tst_disk : public QObject {
         QVERIFY(!first->lock(true));
     }
 
-    void pagerOverTheRealDisk() {
-        makeFile(m_disk, at("budget"), "abc");
-        {
-            const auto pager = Pager::open(m_disk, at("budget"), {});
-            change(*pager, "Abcd");
-            QVERIFY(m_disk.exists(logPath(at("budget"))));
-        }
-        QVERIFY(!m_disk.exists(logPath(at("budget"))));
-        QCOMPARE(wordOf(m_disk, at("budget"), true), "Abcd");
-    }
 #ifndef Q_OS_WIN
 
     void specialFiles() {

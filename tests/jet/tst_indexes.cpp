@@ -487,51 +487,6 @@ class tst_indexes : public QObject {
         CHECK_TREE(t, model);
         QCOMPARE(t.file.pager->read(t.root)->bytes[20], std::uint8_t{0});
     }
-
-    // Below a node without a tail the last entry has the last child. Emptying its leaves gives it one.
-    void nodesWithoutTail() {
-        std::mt19937 random(9);
-        std::map<Bytes, BTree::Entry> sorted;
-        for (int i = 0; i < 800; ++i) {
-            const BTree::Entry entry{randomKey(LongTexts, random), {static_cast<PageNo>(i), 0}};
-            sorted.emplace(textOf(entry.key, entry.row), entry);
-        }
-        std::vector<BTree::Entry> entries;
-        for (const auto& [text, entry] : sorted)
-            entries.push_back(entry);
-        Tree t;
-        t.tree.build(entries);
-        // Turns the tail of the first node below the root into an entry, with the text that the root has for that node.
-        const PageNo first = IndexPageView(t.file.pager->read(t.root)->view(), t.root, kTable).child(0);
-        Bytes entry = IndexPageView(t.file.pager->read(t.root)->view(), t.root, kTable).text(0);
-        IndexPageEditor node(t.file.pager->edit(first), first, kTable);
-        QCOMPARE(node.view().level(), 1U);
-        node.erase(0);  // room; the leaf behind it is lost, with its entries
-        for (const unsigned shift : {24U, 16U, 8U, 0U})
-            entry.push_back(static_cast<std::uint8_t>(node.view().tail() >> shift));
-        QVERIFY(node.insert(node.view().used(), entry));
-        node.setTail(0);
-        const PageNo firstLeaf = node.view().child(0);
-        IndexPageEditor leaf(t.file.pager->edit(firstLeaf), firstLeaf, kTable);
-        const Bytes lowest = leaf.view().text(0);
-        leaf.setPrevious(0);
-
-        std::vector<BTree::Entry> rest;
-        for (const auto& [text, e] : sorted) {
-            if (text >= lowest)
-                rest.push_back(e);
-        }
-        std::size_t seen = 0;
-        for (auto c = t.tree.first(); c.valid(); c.next())
-            ++seen;
-        QCOMPARE(seen, rest.size());
-        for (auto it = rest.begin(); it != rest.end(); ++it) {
-            QVERIFY(t.tree.contains(it->key));
-            t.tree.erase(it->key, it->row);
-            QVERIFY(!t.tree.contains(it->key));
-        }
-        QVERIFY(!t.tree.first().valid());
-    }
 };
 
 QTEST_APPLESS_MAIN(tst_indexes)

@@ -32,9 +32,43 @@ inline jet::QueryRow queryRow(std::uint8_t attribute, std::uint32_t order, std::
     return {attribute, order, std::move(name1), std::move(name2), std::move(expression), flag};
 }
 
+// Tables with relationships of every kind, for relations.test.
+inline void addRelatedTables(jet::DatabaseSpec& spec) {
+    using made::primary;
+    using made::relation;
+    using made::text;
+    const auto number = [](const char* name) { return column(name, jet::ColumnType::Long); };
+    jet::IndexSpec oneForA = made::index("one per a", {{"a", true}});
+    oneForA.unique = true;
+    const jet::TableSpec tables[] = {
+        table("departments", {text("name", 20), number("rooms")}, {primary({"name"})}),
+        table("people", {number("id"), text("name", 10), text("department", 20)},
+              {primary({"id"}), made::index("by department", {{"department", false}})}),
+        table("log", {number("id"), number("person"), text("department", 20)}, {primary({"id"})}),
+        table("orders", {text("nr", 10)}, {primary({"nr"})}),
+        table("lines", {text("nr", 10), number("line"), made::memo("remark")}, {primary({"nr", "line"})}),
+        // Its columns are in another order than those that it refers to.
+        table("parts", {number("line"), text("nr", 10), number("part")}, {primary({"part"})}),
+        table("wide", {text("a", 20), text("b", 20)}, {primary({"a", "b"})}),
+        table("narrow", {text("a", 5), text("b", 20)}, {oneForA}), table("other", {text("a", 20)}, {primary({"a"})}),
+        table("notes", {made::counter("id"), text("owner", 10, {made::required(), made::allowEmpty()})},
+              {primary({"id"})})};
+    spec.tables.insert(spec.tables.end(), std::begin(tables), std::end(tables));
+    for (const jet::Relationship& each :
+         {relation("works in", "people", "departments", {{"department", "name"}}, made::kCascadeBoth),
+          relation("log of person", "log", "people", {{"person", "id"}}, 0),
+          relation("log of department", "log", "departments", {{"department", "name"}}, made::kCascadeUpdate),
+          relation("lines of order", "lines", "orders", {{"nr", "nr"}}, made::kCascadeBoth),
+          relation("parts of line", "parts", "lines", {{"line", "line"}, {"nr", "nr"}}, made::kCascadeBoth),
+          relation("r", "narrow", "wide", {{"a", "a"}, {"b", "b"}}, made::kCascadeBoth),
+          relation("o", "narrow", "other", {{"a", "a"}}, made::kCascadeUpdate)})
+        spec.relationships.push_back(each);
+}
+
 inline jet::DatabaseSpec budgetSpec() {
     using enum jet::ColumnType;
     jet::DatabaseSpec spec = jet::budgetTemplate();
+    addRelatedTables(spec);
     spec.pages = 0;
     spec.tables.push_back(table(
         "types",

@@ -143,6 +143,7 @@ class tst_sql : public QObject {
         check();
         QVERIFY(statement > 0);
         QCOMPARE(failures, 0);
+        made::expectSound(**db);
     }
 
     // What would take long or much memory is refused; what is just short enough has its answer.
