@@ -244,6 +244,7 @@ class tst_compact : public QObject {
         Transaction change(*copy.db);
         copy.db->table("children").insert(row);
         QCOMPARE(std::get<std::int32_t>(row[0]), 601);
+        QCOMPARE(copy.db->pager().pageCount() * kPageSize, made.disk.content(kCopy).size());  // the last page had room
     }
 
     void passwords() {

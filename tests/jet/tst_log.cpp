@@ -289,6 +289,8 @@ class tst_log : public QObject {
             FaultDisk faulty(*crashed);
             faulty.setPlan({.failAt = n, .onwards = true, .halfWrite = true});
             (void)codeOf([&] { Pager::open(faulty, kFile, {}); });
+            if (const auto cut = powerCut(*crashed); cut->content(kFile) != copy)
+                QCOMPARE(cut->content(kReplaced), copy);
             QCOMPARE(wordOf(*crashed, kFile), "ABcd");
             QCOMPARE(crashed->content(kReplaced), copy);
             if (!faulty.failed())

@@ -485,6 +485,7 @@ class tst_rows : public QObject {
         QCOMPARE(hex(file.pager->read(4)->view(), 16), hex(value, 0, 2032));
         QCOMPARE(hex(file.pager->read(5)->view(), 0, 12), "01 01 e9 07 4c 56 41 4c 01 00 f5 07");
         QCOMPARE(hex(file.pager->read(5)->view(), 0x7F5), "00 00 00 00 " + hex(value, 2032));
+        QCOMPARE(LongValueStore::length(file.store().write(Bytes((1U << 24U) - 1))), (std::size_t{1} << 24U) - 1);
         QVERIFY(throwsError(Errc::TooLong, [&] { (void)file.store().write(Bytes(1U << 24U)); }));
     }
 
