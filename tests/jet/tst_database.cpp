@@ -88,7 +88,8 @@ class tst_database : public QObject {
             QVERIFY(seen == titles);
             expectSound(*file.db);
         };
-        for (const auto& [title, body] : {std::pair<std::size_t, std::size_t>(20, 20), {1, 0}, {14, 20}, {20, 32}}) {
+        for (const auto& [title, body] :
+             {std::pair<std::size_t, std::size_t>(20, 20), {1, 0}, {14, 20}, {20, 32}, {20, 60}, {20, 61}}) {
             int i = 0;
             for (auto& [id, text] : titles) {
                 if (title == 14 && ++i % 3 != 0)

@@ -587,6 +587,19 @@ class tst_rows : public QObject {
         QVERIFY(odd.object()->find("b")->truth());
         QVERIFY(odd.column("köln")->find("Wide")->truth());
     }
+
+    // Cut anywhere but between two blocks, or with a name that it does not have.
+    void damagedProperties() {
+        const Bytes good = bytesOf(kTable);
+        const auto refuses = [](const Bytes& blob) {
+            return throwsError(Errc::Corrupt, [&] { (void)PropertySet::decode(blob); });
+        };
+        for (std::size_t length = 0; length < good.size(); ++length) {
+            const bool whole = length == 4 || length == 4 + 0x44 || length == 4 + 0x44 + 0x3C;
+            QCOMPARE(refuses(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length))), !whole);
+        }
+        QVERIFY(refuses(bytesOf(QByteArray(kTable).replace("0A 0000 0E00", "0A 0500 0E00"))));
+    }
 };
 
 QTEST_APPLESS_MAIN(tst_rows)

@@ -197,26 +197,6 @@ class tst_syntax : public QObject {
         QCOMPARE(marked, std::string("<ab><'c''d'><[e]><#><>"));
     }
 
-    // Every token is at least a byte long, so the end is reached whatever the text.
-    void anyBytes() {
-        std::uint32_t random = 1;
-        for (int round = 0; round < 20'000; ++round) {
-            std::string sql;
-            for (int i = 0; i < 12; ++i) {
-                random = random * 1664525 + 1013904223;
-                static constexpr char kFrequent[] = "'\"#[]`&H1.eE+-\0 ";
-                sql += (random & 0x80000000U) != 0 ? kFrequent[(random >> 8U) % sizeof kFrequent]
-                                                   : static_cast<char>(random >> 16U);
-            }
-            std::size_t at = 0;
-            for (const Token& t : jetsql::tokenize(sql)) {
-                QVERIFY(t.begin >= at && t.end <= sql.size());
-                QVERIFY(t.end > t.begin || t.kind == Token::Kind::End);
-                at = t.end;
-            }
-        }
-    }
-
     void statements_data() {
         addColumns<QByteArray, QByteArray>("sql", "expected");
         const auto row = [](const char* name, const char* sql, const char* expected) {
