@@ -372,17 +372,13 @@ class tst_compact : public QObject {
             RowStore children = storeOf(*made.db, "children");
             std::optional<Bytes> shared = Bytes(40000, 1);
             children.writeLongValue(2, shared);
-            for (const PageNo page : children.pages()) {
-                for (std::size_t slot = 0; slot < DataPageView(made.db->pager().read(page)->view(), page).slotCount();
-                     ++slot) {
-                    const RowId id{page, static_cast<std::uint8_t>(slot)};
-                    const RowStore::Found found = children.find(id);
-                    Fields fields;
-                    copyFields(children.def(), RowView(children.def(), found.bytes, page), fields);
-                    if (fields[2] && fields[2]->size() == shared->size()) {
-                        fields[2] = shared;
-                        children.rewrite(id, fields);
-                    }
+            for (const RowId id : made["children"].inOrder(0)) {
+                const RowStore::Found found = children.find(id);
+                Fields fields;
+                copyFields(children.def(), RowView(children.def(), found.bytes, found.place.page), fields);
+                if (fields[2] && fields[2]->size() == shared->size()) {
+                    fields[2] = shared;
+                    children.rewrite(id, fields);
                 }
             }
         });

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QList>
 #include <QTest>
-#include <random>
 #include <set>
 
 #include "jet/bare_file.h"
@@ -132,38 +131,6 @@ class tst_pages : public QObject {
         QCOMPARE(page.bytes, before.bytes);
     }
 
-    // Appending, replacing and erasing at random against a list of rows; after every step the page is as the list says.
-    void randomRows() {
-        std::mt19937 random(3);
-        for (int round = 0; round < 20; ++round) {
-            Page page = pageOf({});
-            DataPageEditor editor(page, 7);
-            std::vector<std::optional<Bytes>> model;
-            const std::size_t longest = round % 2 == 0 ? 30 : 600;
-            for (int step = 0; step < 500; ++step) {
-                const Bytes row = rowOf(1 + random() % longest, static_cast<std::uint8_t>(random()));
-                const std::size_t slot = model.empty() ? 0 : random() % model.size();
-                if (random() % 3 == 0 && editor.view().hasRoom(row.size())) {
-                    QCOMPARE(std::size_t{editor.append(row)}, model.size());
-                    model.emplace_back(row);
-                } else if (!model.empty() && model[slot] && random() % 3 == 0) {
-                    editor.erase(slot);
-                    model[slot].reset();
-                } else if (!model.empty() && model[slot] && editor.replace(slot, row, SlotKind::Row)) {
-                    model[slot] = row;
-                }
-                std::size_t used = 10 + 2 * model.size();
-                for (std::size_t i = 0; i < model.size(); ++i) {
-                    QCOMPARE(editor.view().kind(i), model[i] ? SlotKind::Row : SlotKind::Deleted);
-                    QVERIFY(std::ranges::equal(editor.view().row(i), model[i].value_or(Bytes{})));
-                    used += editor.view().row(i).size();
-                }
-                QCOMPARE(editor.view().freeSpace(), kPageSize - used);
-                QCOMPARE(std::size_t{getU16(page.view(), 2)}, kPageSize - used);
-            }
-        }
-    }
-
     void bytesOfAMap() {
         BareFile file;
         QCOMPARE(hex(file.pager->read(1)->view(), 0, 14), "01 01 e8 06 01 00 00 00 02 00 7b 07 f6 06");
@@ -207,31 +174,6 @@ class tst_pages : public QObject {
         QTEST(static_cast<int>(file.row(map.row()).size()), "size");
         QCOMPARE(map.pages(), std::vector<PageNo>(expected.begin(), expected.end()));
         QCOMPARE(file.row(neighbour), UsageMap::freshRow());
-    }
-
-    void becomesAList() {
-        BareFile file;
-        growTo(file, 20000);
-        const RowId first = file.space.newMapRow();
-        for (int i = 1; i < 15; ++i)
-            QCOMPARE(file.space.newMapRow(first.page), (RowId{first.page, static_cast<std::uint8_t>(i)}));
-        QVERIFY(file.space.newMapRow(first.page).page != first.page);  // fifteen rows fill a page
-
-        UsageMap map(*file.pager, first);
-        map.add(3, file.space);
-        map.add(1100, file.space);  // 12 bytes more still fit
-        QVERIFY(map.mapPages().empty());
-        const PageNo bitmap = file.pager->pageCount();
-        map.add(1200, file.space);
-        QCOMPARE(map.mapPages(), std::vector<PageNo>{bitmap});
-        QCOMPARE(hex(file.row(first), 0, 9), QByteArray("01 ") + hex(file.row(first), 1, 4) + " 00 00 00 00");
-        QCOMPARE(getU32(file.row(first), 1), bitmap);
-        QCOMPARE(hex(file.pager->read(bitmap)->view(), 0, 6), "05 01 00 00 08 00");
-        map.add(19999, file.space);
-        QCOMPARE(map.mapPages(), (std::vector<PageNo>{bitmap, bitmap + 1}));
-        map.remove(1100);
-        QCOMPARE(map.pages(), (std::vector<PageNo>{3, 1200, 19999}));
-        checkFreePages(file, 0);
     }
 
     void allocateAndFree() {
@@ -279,6 +221,8 @@ class tst_pages : public QObject {
         checkFreePages(file, 0);
         const std::vector<PageNo> bitmaps = UsageMap(*file.pager, kFreePages).mapPages();
         QCOMPARE(bitmaps.size(), 4U);
+        QCOMPARE(hex(file.row(kFreePages), 0, 1) + hex(file.pager->read(bitmaps[0])->view(), 0, 4), "0105 01 00 00");
+        QCOMPARE(getU32(file.row(kFreePages), 1), bitmaps[0]);
         QCOMPARE(owner.mapPages().size(), 4U);
         // Every page is owned once: header, page 1, the map row's page, bitmaps of both maps, the rest by the owner.
         QCOMPARE(owner.pages().size() + bitmaps.size() + owner.mapPages().size() + 3, file.pager->pageCount());

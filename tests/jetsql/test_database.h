@@ -18,14 +18,6 @@ inline jet::ColumnSpec withDefault(jet::ColumnSpec spec, std::string expression)
     return spec;
 }
 
-inline jet::IndexSpec index(std::string name, std::string columnName, bool primary = false) {
-    jet::IndexSpec spec;
-    spec.name = std::move(name);
-    spec.columns = {{std::move(columnName), true}};
-    spec.primary = spec.unique = spec.required = primary;
-    return spec;
-}
-
 inline jet::QueryRow queryRow(std::uint8_t attribute, std::uint32_t order, std::optional<std::int16_t> flag,
                               std::optional<std::string> name1 = {}, std::optional<std::string> expression = {},
                               std::optional<std::string> name2 = {}) {
@@ -81,7 +73,7 @@ inline jet::DatabaseSpec budgetSpec() {
                      withDefault(column("d", Boolean), "=Yes"), column("e", Text, 10)}));
     spec.tables.back().columns[0].autoNumber = true;
     spec.tables.back().columns[2].properties.push_back(jet::PropertySet::boolProperty("AllowZeroLength", true));
-    spec.tables.push_back(table("tree", {column("id", Long), column("parent", Long)}, {index("id", "id", true)}));
+    spec.tables.push_back(table("tree", {column("id", Long), column("parent", Long)}, {made::primary({"id"})}));
     spec.tables.push_back(table("odd name", {column("two words", Long), column("order", Text, 10)}));
     spec.relationships.push_back(made::relation("treetree", "tree", "tree", {{"parent", "id"}}, made::kCascadeBoth));
     const jet::QuerySpec queries[] = {
