@@ -5,14 +5,14 @@ switch, and runs the tests of a layer once for every mutant of it.
     tools/mutants.py [-o TABLE] [-t TEST] [NAME...]
 
 NAME chooses mutants by a part of their file's path ("jet/disk", "ledger") or their number; without one, all. The table
-has a line a mutant: number, file, kind, and what failed, as executable:function,function. A test that was ended by the
-clock or a crash shows as "executable:!". -t runs these executables alone (a regular expression). The build is in
-build/mutants.
+has a line a mutant: number, file, kind, and what failed, as executable:function,function, with "!" where the test was
+ended by the clock or a crash. -t runs these executables alone (a regular expression). The build is in build/mutants.
 
-The list: a path alone on its line, then its mutants as "kind: text", where text occurs once in the file and has one
-[[old => new]] in it and \\n for the end of a line. Old is a whole expression, or whole statements when it ends in ";"; new may be empty then.
+The list: a path alone on its line, then its mutants as "kind: text", where text occurs once in the file, has one
+[[old => new]] in it, and \\n for the end of a line. Old is a whole expression, or whole statements when it ends in ";";
+new may be empty then.
 """
-import argparse, json, os, re, resource, shutil, subprocess, sys
+import argparse, json, os, re, resource, shutil, subprocess, sys, threading
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
@@ -21,6 +21,9 @@ WORK = ROOT / "build" / "mutants"
 SWITCH = "#include <cstdlib>\n" \
          "inline bool mutant(int n) { static const char* const on = std::getenv(\"MUTANT\"); " \
          "static const int number = on ? std::atoi(on) : 0; return number == n; }\n#line 1\n"
+
+MEMORY = (2 << 30, 2 << 30)  # for one test: a loop without end shall not take the machine
+LOCK = threading.Lock()      # for tests that share a file
 
 # Tests that may notice a mutant of a folder, as labels of CTest.
 TESTS = [("platform/vbrt", "vbrt|jetsql|ado|reports"), ("platform/jet/", "jet|jetsql|ado"),
@@ -58,7 +61,11 @@ def mutated(path, mutants):
             places.append((text.index(m["find"]) + m["at"], m))
         else:
             print("%s: not there, or not once: %s" % (path, m["text"]), file=sys.stderr)
+    behind = len(text)
     for at, m in sorted(places, key=lambda p: p[0], reverse=True):
+        if at + len(m["old"]) > behind:
+            sys.exit("%s: two mutants in one place: %s" % (path, m["text"]))
+        behind = at
         old = "bool(%s)" % m["old"] if m["new"] in ("true", "false") else m["old"]
         form = "{ if (mutant(%d)) { %s } else { %s } }" if m["old"].endswith(";") else "(mutant(%d) ? (%s) : (%s))"
         text = text[:at] + form % (m["number"], m["new"], old) + text[at + len(m["old"]):]
@@ -90,17 +97,19 @@ def tests():
         properties = {p["name"]: p["value"] for p in test["properties"]}
         environment = dict(e.split("=", 1) for e in properties.get("ENVIRONMENT", []))
         if test["name"].startswith("tst_"):
-            found.append((test["name"], "".join(properties.get("LABELS", [])), test.get("command"), environment))
+            alone = LOCK if "RESOURCE_LOCK" in properties else threading.Lock()
+            found.append((test["name"], "".join(properties.get("LABELS", [])), test.get("command"), environment, alone))
     return found
 
 
 def failures(test, number):
     """What of a test fails with this mutant, or None."""
-    name, _, command, environment = test
+    name, _, command, environment, alone = test
     environment = {**os.environ, **environment, "MUTANT": str(number), "QTEST_DISABLE_STACK_DUMP": "1"}
     try:
-        done = subprocess.run([*command, "-nocrashhandler"], env=environment, capture_output=True, timeout=30, cwd=WORK,
-                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30)))
+        with alone:
+            done = subprocess.run([*command, "-nocrashhandler"], env=environment, capture_output=True, cwd=WORK,
+                                  timeout=30, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, MEMORY))
     except subprocess.TimeoutExpired:
         return name + ":!"
     if done.returncode == 0:
