@@ -103,6 +103,9 @@ class tst_files : public QObject {
         ado::replaceDatabaseFile(file("new.mdb"), file("link.mdb"));
         QVERIFY(QFileInfo(file("link.mdb")).isSymLink());
         QCOMPARE(bytesOf(file("real.mdb")), "new");
+        QVERIFY(QFile::remove(file("real.mdb")));
+        ado::deleteDatabaseFile(file("link.mdb"));  // of a link, also one that leads nowhere, the link goes
+        QCOMPARE(names(), "");
     }
 
     void copy() {

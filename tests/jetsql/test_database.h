@@ -80,7 +80,7 @@ inline jet::DatabaseSpec budgetSpec() {
         {"qry_loop", {queryRow(5, 1, {}, "qry_loop_inner"), queryRow(6, 1, 0, {}, "a")}, {}},
         {"qry_loop_inner", {queryRow(5, 1, {}, "QRY_LOOP"), queryRow(6, 1, 0, {}, "a")}, {}},
         {"qry_top",
-         {queryRow(1, 1, 1), queryRow(3, 1, 0x11, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
+         {queryRow(1, 1, 1), queryRow(3, 1, 0x19, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
           queryRow(8, 1, {}, {}, "s.budget>0"), queryRow(11, 1, {}, "D", "new_balance")},
          {}},
         {"qry_joins",

@@ -253,6 +253,7 @@ class tst_syntax : public QObject {
         row("a in (1, 2 + 3)", "(in a 1 (+ 2 3))");
         row("a not in ('x') or a not like 'b*'", "(or (not (in a \"x\")) (not (like a \"b*\")))");
         row("a is null = b", "(= (isnull a) b)");
+        row("a = b is null", "(isnull (= a b))");
         row("(a + b) * c", "(* (+ a b) c)");
         row("iif(a>0, a, 0)", "(iif() (> a 0) a 0)");
         row("null & true & No", "(& (& Null true) false)");
