@@ -452,6 +452,10 @@ class tst_indexes : public QObject {
         QVERIFY(throwsError(Errc::Corrupt, [&] { (void)otherTable.first(); }));
         BTree noTree(*t.file.pager, t.file.space, kTable, 1, t.map);
         QVERIFY(throwsError(Errc::Corrupt, [&] { (void)noTree.first(); }));
+        Tree damaged;
+        damaged.tree.insert(longKey(1), {1, 1});
+        damaged.file.pager->edit(damaged.root).bytes[20] = 14;  // a prefix longer than the first entry
+        QVERIFY(throwsError(Errc::Corrupt, [&] { (void)damaged.tree.first(); }));
     }
 
     // A half of a split page may keep a prefix that is shorter than it could be, and be compressed without need.
