@@ -40,7 +40,7 @@ inline QByteArray hex(jet::ByteView bytes, std::size_t from = 0, std::size_t len
     return QByteArray(reinterpret_cast<const char*>(part.data()), static_cast<qsizetype>(part.size())).toHex(' ');
 }
 
-inline jet::Bytes fromHex(const char* text) {
+inline jet::Bytes fromHex(const QByteArray& text) {
     const QByteArray bytes = QByteArray::fromHex(text);
     return {bytes.begin(), bytes.end()};
 }

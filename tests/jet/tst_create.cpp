@@ -147,6 +147,7 @@ class TestCreate : public QObject {
         QCOMPARE(query.rows[3].expression.value(), std::string(40, 'u'));
         QCOMPARE(query.rows[1].flag.value(), std::int16_t{1});
         QVERIFY(!query.rows[0].flag);
+        QCOMPARE(file["MSysACEs"].rowCount(), 2U * static_cast<unsigned>(names.size()));
         const auto relations = file.db->relationships();
         QCOMPARE(relations.size(), std::size_t{1});
         QCOMPARE(relations[0].flags, kCascadeBoth);
@@ -188,7 +189,8 @@ class TestCreate : public QObject {
                 s.relationships.push_back(relation("relation " + std::to_string(i), name, "table 0", {{"up", "id"}},
                                                    i % 3 == 0 ? 0U : kCascadeBoth));
             s.queries.push_back({"query " + std::to_string(i),
-                                 {queryRow(0), queryRow(5, name), queryRow(255)},
+                                 {queryRow(0), queryRow(1, {}, {}, static_cast<std::int16_t>(i % 10)),
+                                  queryRow(5, name), queryRow(255)},
                                  {{.kind = 0, .name = {}, .properties = {required()}}}});
         }
         s.relationships.push_back(relation("loose", "table 3", "table 4", {{"up", "id"}}, 2));
@@ -202,7 +204,9 @@ class TestCreate : public QObject {
                      file.insert("table 58", {std::int32_t{2}, std::int32_t{2}});
                  }),
                  error(Errc::ParentRequired, "table 0"));
-        QCOMPARE(file.db->query("query 59")->rows[1].name1.value(), std::string("table 59"));
+        QCOMPARE(file.db->query("query 59")->rows[2].name1.value(), std::string("table 59"));
+        for (const CatalogEntry& e : file.db->catalog())  // of a query that deletes, among others
+            QVERIFY(e.name != "query 15" || e.flags == 0x20);
         QVERIFY(file.db->properties("query 7").object()->find("required")->truth());
         QCOMPARE(file.db->pager().pageCount(), 2000U);
         expectSound(*file.db);

@@ -18,23 +18,49 @@ inline jet::ColumnSpec withDefault(jet::ColumnSpec spec, std::string expression)
     return spec;
 }
 
-inline jet::IndexSpec index(std::string name, std::string columnName, bool primary = false) {
-    jet::IndexSpec spec;
-    spec.name = std::move(name);
-    spec.columns = {{std::move(columnName), true}};
-    spec.primary = spec.unique = spec.required = primary;
-    return spec;
-}
-
 inline jet::QueryRow queryRow(std::uint8_t attribute, std::uint32_t order, std::optional<std::int16_t> flag,
                               std::optional<std::string> name1 = {}, std::optional<std::string> expression = {},
                               std::optional<std::string> name2 = {}) {
     return {attribute, order, std::move(name1), std::move(name2), std::move(expression), flag};
 }
 
+// Tables with relationships of every kind, for relations.test.
+inline void addRelatedTables(jet::DatabaseSpec& spec) {
+    using made::primary;
+    using made::relation;
+    using made::text;
+    const auto number = [](const char* name) { return column(name, jet::ColumnType::Long); };
+    jet::IndexSpec oneForA = made::index("one per a", {{"a", true}});
+    oneForA.unique = true;
+    const jet::TableSpec tables[] = {
+        table("departments", {text("name", 20), number("rooms")}, {primary({"name"})}),
+        table("people", {number("id"), text("name", 10), text("department", 20)},
+              {primary({"id"}), made::index("by department", {{"department", false}})}),
+        table("log", {number("id"), number("person"), text("department", 20)}, {primary({"id"})}),
+        table("orders", {text("nr", 10)}, {primary({"nr"})}),
+        table("lines", {text("nr", 10), number("line"), made::memo("remark")}, {primary({"nr", "line"})}),
+        // Its columns are in another order than those that it refers to.
+        table("parts", {number("line"), text("nr", 10), number("part")}, {primary({"part"})}),
+        table("wide", {text("a", 20), text("b", 20)}, {primary({"a", "b"})}),
+        table("narrow", {text("a", 5), text("b", 20)}, {oneForA}), table("other", {text("a", 20)}, {primary({"a"})}),
+        table("notes", {made::counter("id"), text("owner", 10, {made::required(), made::allowEmpty()})},
+              {primary({"id"})})};
+    spec.tables.insert(spec.tables.end(), std::begin(tables), std::end(tables));
+    for (const jet::Relationship& each :
+         {relation("works in", "people", "departments", {{"department", "name"}}, made::kCascadeBoth),
+          relation("log of person", "log", "people", {{"person", "id"}}, 0),
+          relation("log of department", "log", "departments", {{"department", "name"}}, made::kCascadeUpdate),
+          relation("lines of order", "lines", "orders", {{"nr", "nr"}}, made::kCascadeBoth),
+          relation("parts of line", "parts", "lines", {{"line", "line"}, {"nr", "nr"}}, made::kCascadeBoth),
+          relation("r", "narrow", "wide", {{"a", "a"}, {"b", "b"}}, made::kCascadeBoth),
+          relation("o", "narrow", "other", {{"a", "a"}}, made::kCascadeUpdate)})
+        spec.relationships.push_back(each);
+}
+
 inline jet::DatabaseSpec budgetSpec() {
     using enum jet::ColumnType;
     jet::DatabaseSpec spec = jet::budgetTemplate();
+    addRelatedTables(spec);
     spec.pages = 0;
     spec.tables.push_back(table(
         "types",
@@ -47,14 +73,14 @@ inline jet::DatabaseSpec budgetSpec() {
                      withDefault(column("d", Boolean), "=Yes"), column("e", Text, 10)}));
     spec.tables.back().columns[0].autoNumber = true;
     spec.tables.back().columns[2].properties.push_back(jet::PropertySet::boolProperty("AllowZeroLength", true));
-    spec.tables.push_back(table("tree", {column("id", Long), column("parent", Long)}, {index("id", "id", true)}));
+    spec.tables.push_back(table("tree", {column("id", Long), column("parent", Long)}, {made::primary({"id"})}));
     spec.tables.push_back(table("odd name", {column("two words", Long), column("order", Text, 10)}));
     spec.relationships.push_back(made::relation("treetree", "tree", "tree", {{"parent", "id"}}, made::kCascadeBoth));
     const jet::QuerySpec queries[] = {
         {"qry_loop", {queryRow(5, 1, {}, "qry_loop_inner"), queryRow(6, 1, 0, {}, "a")}, {}},
         {"qry_loop_inner", {queryRow(5, 1, {}, "QRY_LOOP"), queryRow(6, 1, 0, {}, "a")}, {}},
         {"qry_top",
-         {queryRow(1, 1, 1), queryRow(3, 1, 0x11, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
+         {queryRow(1, 1, 1), queryRow(3, 1, 0x19, "2"), queryRow(5, 1, {}, "qry_stuffer", {}, "s"),
           queryRow(8, 1, {}, {}, "s.budget>0"), queryRow(11, 1, {}, "D", "new_balance")},
          {}},
         {"qry_joins",

@@ -109,16 +109,15 @@ Rows textRows(const std::vector<jet::Row>& rows) {
 jet::DatabaseSpec budgetSpec() {
     using enum jet::ColumnType;
     using test::column;
-    using test::index;
     jet::DatabaseSpec spec;
     spec.tables = {
         test::table(
             "p",
             {column("id", Long), column("n", Long), column("x", Double), column("t", Text, 60), column("d", DateTime)},
-            {index("id", "id", true), index("t", "t")}),
+            {made::primary({"id"}), made::index("t", {{"t", true}})}),
         test::table(
             "c", {column("id", Long), column("p_id", Long), column("n", Long), column("x", Double), column("t", Memo)},
-            {index("id", "id", true), index("p_id", "p_id")})};
+            {made::primary({"id"}), made::index("p_id", {{"p_id", true}})})};
     for (jet::TableSpec& t : spec.tables)
         t.columns.front().autoNumber = true;
     spec.tables[0].columns[3].properties = {jet::PropertySet::boolProperty("AllowZeroLength", true)};

@@ -143,6 +143,7 @@ class tst_sql : public QObject {
         check();
         QVERIFY(statement > 0);
         QCOMPARE(failures, 0);
+        made::expectSound(**db);
     }
 
     // What would take long or much memory is refused; what is just short enough has its answer.
@@ -196,7 +197,8 @@ class tst_sql : public QObject {
                      "tbl_envelopes.envelope = tbl_items.envelope GROUP BY tbl_envelopes.envelope, "
                      "tbl_envelopes.budget ORDER BY tbl_envelopes.envelope;"));
         QCOMPARE(text("qry_top"),
-                 std::string("SELECT TOP 2 * FROM qry_stuffer AS s WHERE s.budget>0 ORDER BY new_balance DESC;"));
+                 std::string(
+                     "SELECT DISTINCTROW TOP 2 * FROM qry_stuffer AS s WHERE s.budget>0 ORDER BY new_balance DESC;"));
         QCOMPARE(text("qry_joins"),
                  std::string("SELECT DISTINCT c.id AS [two words] FROM ([odd name] INNER JOIN tree AS b ON "
                              "[odd name].[two words]=b.id) LEFT JOIN tree AS c ON (b.id=c.parent) AND "

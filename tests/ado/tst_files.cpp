@@ -1,19 +1,40 @@
 // SPDX-License-Identifier: MIT
-#include "ado/database_file.h"
-
+// What is done to whole database files: written, deleted, replaced, copied, compacted.
 #include <QDir>
 #include <QTest>
+#include <csignal>
 
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
+#endif
+
+#include "ado/database_file.h"
 #include "ado/fixture.h"
+#include "ado/jet_engine.h"
+#include "rows.h"
 
 using fixture::bytesOf;
 using fixture::errorOf;
 using fixture::writeBytes;
 
-class tst_database_file : public QObject {
+namespace {
+
+const QString kEngineType = "Jet OLEDB:Engine Type=4;";
+
+void compact(const QString& source, const QString& destination) {
+    ado::JetEngine().CompactDatabase(source, destination);
+}
+
+}  // namespace
+
+class tst_files : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_dir;
+    const QString m_source = file("source.mdb");
+    const QString m_copy = file("copy.mdb");
+    const QString m_from = fixture::connectionString(m_source);
+    const QString m_to = fixture::connectionString(m_copy) + kEngineType;
 
     QString file(const QString& name) const { return m_dir.filePath(name); }
     QString names() const { return QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).join(' '); }
@@ -22,6 +43,8 @@ class tst_database_file : public QObject {
     void init() {
         QVERIFY(QDir(m_dir.path()).removeRecursively());
         QVERIFY(QDir().mkpath(m_dir.path()));
+        if (QByteArray(QTest::currentTestFunction()).startsWith("compact"))
+            fixture::create(m_source);
     }
 
     void write() {
@@ -80,6 +103,9 @@ class tst_database_file : public QObject {
         ado::replaceDatabaseFile(file("new.mdb"), file("link.mdb"));
         QVERIFY(QFileInfo(file("link.mdb")).isSymLink());
         QCOMPARE(bytesOf(file("real.mdb")), "new");
+        QVERIFY(QFile::remove(file("real.mdb")));
+        ado::deleteDatabaseFile(file("link.mdb"));  // of a link, also one that leads nowhere, the link goes
+        QCOMPARE(names(), "");
     }
 
     void copy() {
@@ -125,7 +151,102 @@ class tst_database_file : public QObject {
         QVERIFY(other->lock(true));
         QCOMPARE(errorOf([&] { ado::copyDatabaseFile(file("held.mdb"), file("b.mdb")); }), denied);
     }
+
+    void compacts() {
+        ado::Connection connection;
+        connection.Open(m_from);
+        connection.Execute("insert into parents (name, amount) values ('Rent', 5)");
+        for (int i = 0; i < 300; ++i)
+            connection.Execute("insert into children (parent, note) values ('Rent', '" + QString(500, 'x') + "')");
+        connection.Execute("delete * from children where id > 10");
+        connection.Close();
+        const QByteArray before = bytesOf(m_source);
+
+        compact(m_from, m_to);
+        QVERIFY(bytesOf(m_source) == before);
+        QVERIFY(bytesOf(m_copy).size() < before.size() / 2);
+        QCOMPARE(names(), "copy.mdb source.mdb");
+        connection.Open(fixture::connectionString(m_copy));
+        QCOMPARE(fixture::rowsOf(connection, "select count(*), max(id) from children"), "10|10");
+        QCOMPARE(fixture::rowsOf(connection, "select * from parents"), "Rent|5");
+    }
+
+    void compactsWithPasswords() {
+        compact(fixture::connectionString(m_source), fixture::connectionString(m_copy, "new") + kEngineType);
+        ado::Connection connection;
+        connection.Open(fixture::connectionString(m_copy, "new"));
+        compact(fixture::connectionString(m_source),
+                "Provider=Microsoft.Jet.OLEDB.4.0;" + kEngineType + "Data Source=" + file("kept.mdb"));
+        ado::Connection kept;
+        kept.Open(fixture::connectionString(file("kept.mdb")));
+        QCOMPARE(kept.State(), ado::adStateOpen);
+    }
+
+    void compactRefused_data() {
+        addColumns<QString, QString, QString>("source", "destination", "error");
+        const QString source = m_source;
+        const QString good = fixture::connectionString(source);
+        const QString goodCopy = fixture::connectionString(file("copy.mdb")) + kEngineType;
+        addRow("no provider", "Data Source=" + source, goodCopy, "3706 ");
+        addRow("data shaping", "Provider=MSDataShape;Data " + good, goodCopy, "3706 ");
+        addRow("wrong password", fixture::connectionString(source, "x"), goodCopy, "-2147217843 Not a valid password.");
+        addRow("no source", fixture::connectionString(source + "x"), goodCopy, "-2147467259 Could not find file");
+        addRow("another engine type", good, goodCopy + "Jet OLEDB:Engine Type=5", "-2147217887 ");
+        addRow("no folder", good, fixture::connectionString(file("none/a.mdb")) + kEngineType, "-2147467259 ");
+    }
+    void compactRefused() {
+        QFETCH(QString, source);
+        QFETCH(QString, destination);
+        QFETCH(QString, error);
+        const QByteArray before = bytesOf(m_source);
+        QCOMPARE(errorOf([&] { compact(source, destination); }).left(error.size()), error);
+        QVERIFY(bytesOf(m_source) == before);
+        QCOMPARE(names(), "source.mdb");
+    }
+
+    void compactKeepsWhatIsThere() {
+        fixture::writeBytes(m_copy, "mine");
+        QCOMPARE(errorOf([&] { compact(m_from, m_to); }), "-2147217897 Database already exists.");
+        QCOMPARE(bytesOf(m_copy), "mine");
+        QVERIFY(QFile::remove(m_copy));
+        ado::Connection connection;
+        connection.Open(m_from);
+        QCOMPARE(errorOf([&] { compact(m_from, m_to); }),
+                 "-2147467259 Could not use '" + m_source + "'; file already in use.");
+        QVERIFY(!QFile::exists(m_copy));
+        QCOMPARE(fixture::rowsOf(connection, "select count(*) from parents"), "0");
+    }
+
+#ifdef Q_OS_UNIX
+    // A limit on the size of files stands for a disk that is full.
+    void compactWithoutRoom() {
+        const QByteArray before = bytesOf(m_source);
+        rlimit old{};
+        getrlimit(RLIMIT_FSIZE, &old);
+        const rlimit small{60'000, old.rlim_max};
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &small);
+        const QString error = errorOf([&] { compact(m_from, m_to); });
+        setrlimit(RLIMIT_FSIZE, &old);
+        std::signal(SIGXFSZ, handler);
+        QCOMPARE(error, "-2147467259 Not enough space on disk.");
+        QVERIFY(bytesOf(m_source) == before);
+        QCOMPARE(names(), "source.mdb");
+    }
+#endif
+
+    void compactDamaged() {
+        QFile file(m_source);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        for (qint64 page = 20; page * 2048 < file.size(); ++page) {
+            file.seek(page * 2048);
+            file.write(QByteArray(40, '\x5A'));
+        }
+        file.close();
+        QVERIFY(!errorOf([&] { compact(m_from, m_to); }).isEmpty());
+        QVERIFY(!QFile::exists(m_copy));
+    }
 };
 
-QTEST_APPLESS_MAIN(tst_database_file)
-#include "tst_database_file.moc"
+QTEST_APPLESS_MAIN(tst_files)
+#include "tst_files.moc"
