@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QWindow>
 #include <functional>
+#include "activate.h"
 
 class Keyboard : public QObject {
  public:
@@ -67,7 +68,7 @@ class Keyboard : public QObject {
             if (top == nullptr && widget->inherits("QMainWindow") && widget->isVisible())
                 top = widget;
         if (top != nullptr && QApplication::activeWindow() != top)
-            QApplication::setActiveWindow(top);
+            activate(top);
         return QApplication::focusWidget() != nullptr ? QApplication::focusWidget() : top;
     }
     static QString prefix(Qt::KeyboardModifiers modifiers) {

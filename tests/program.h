@@ -19,6 +19,7 @@
 #include <QTimer>
 #include <functional>
 
+#include "activate.h"
 #include "ado/connection.h"
 #include "controls/list_view.h"
 #include "controls/testing.h"
@@ -63,7 +64,7 @@ inline void inModal(const std::function<void()>& open, const std::function<void(
         watch.stop();
         seen = true;
         (void)QTest::qWaitForWindowActive(dialog);
-        QApplication::setActiveWindow(dialog);  // of two, one on the other, `offscreen` does not activate the second
+        activate(dialog);  // of two, one on the other, `offscreen` does not activate the second
         work(dialog);
         if (dialog->isVisible())
             dialog->reject();
@@ -81,7 +82,7 @@ class Program {
         strUserName = "admin";
         main.resize(1000, 700);
         main.show();
-        QApplication::setActiveWindow(&main);
+        activate(&main);
     }
     ~Program() {
         objDatabase.reset();

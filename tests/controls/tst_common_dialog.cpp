@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "controls/common_dialog.h"
 
+#include "activate.h"
 #include "controls/date_picker.h"
 #include "controls/print_setup.h"
 #include "controls/testing.h"
@@ -352,7 +353,7 @@ void tst_common_dialog::datePickerKeys() {
     connect(&picker, &controls::DatePicker::dateChanged, &picker, [&told](QDate date) { told << date; });
     picker.setDate(QDate(2026, 1, 31));
     picker.show();
-    QApplication::setActiveWindow(&picker);
+    activate(&picker);
     picker.setFocus();
     const auto press = [&picker](int cursor, Qt::Key key) {
         picker.lineEdit()->deselect();

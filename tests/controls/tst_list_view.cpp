@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "controls/list_view.h"
 
+#include "activate.h"
 #include "controls/row_store.h"
 #include "controls/sort_text.h"
 
@@ -537,7 +538,7 @@ void tst_list_view::focusSelectsNothing() {
     Ledger list;
     fill(list, {"a", "b"});
     list.show();
-    QApplication::setActiveWindow(&list);
+    activate(&list);
     list.setFocus(Qt::TabFocusReason);
     QTRY_VERIFY(list.hasFocus());
     QCOMPARE(list.selectedRow(), -1);
@@ -596,7 +597,7 @@ void tst_list_view::redOnTheSelection() {
         return 0.2126 * linear(qRed(pixel)) + 0.7152 * linear(qGreen(pixel)) + 0.0722 * linear(qBlue(pixel)) + 0.05;
     };
     for (const bool focus : {false, true}) {
-        QApplication::setActiveWindow(focus ? &list : nullptr);
+        activate(focus ? &list : nullptr);
         QCOMPARE(list.hasFocus(), focus);
         const QImage image = list.viewport()->grab(list.visualRect(list.model()->index(0, 1))).toImage();
         const double behind = luminance(image.pixel(2, image.height() / 2));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "controls/tree_view.h"
 
+#include "activate.h"
 #include "vbrt/error.h"
 
 #include <QLineEdit>
@@ -38,7 +39,7 @@ class Window : public QWidget {
         tree.expandNode(1);
         resize(300, 300);
         show();
-        QApplication::setActiveWindow(this);
+        activate(this);
         tree.setFocus();
         QTest::qWait(1);
     }

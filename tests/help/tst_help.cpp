@@ -6,6 +6,7 @@
 #include <QToolBar>
 #include <QToolButton>
 
+#include "activate.h"
 #include "help/basHelp.h"
 #include "htmlhelp/html_help.h"
 #include "program.h"
@@ -112,7 +113,7 @@ void tst_help::dialogs() {
         QTest::keyClick(helpWindow(), Qt::Key_Escape);
         QCOMPARE(shown(), "");
 
-        QApplication::setActiveWindow(dialog);
+        activate(dialog);
         QTest::keyClick(dialog, Qt::Key_F1);
         QCOMPARE(shown(), expected);
     });
@@ -135,7 +136,8 @@ void tst_help::preview() {
     makeHome(program);
     program.inDialog("mnuFilePreview", [](QDialog* preview) { QTest::keyClick(preview, Qt::Key_F1); });
     QCOMPARE(shown(), "Reports, Contents");
-    QCOMPARE(helpWindow()->findChild<QTextBrowser*>("txtPage")->cursorForPosition({9, 30}).block().text(), "The preview");
+    QCOMPARE(helpWindow()->findChild<QTextBrowser*>("txtPage")->cursorForPosition({9, 30}).block().text(),
+             "The preview");
 }
 
 void tst_help::aboutBox() {

@@ -9,6 +9,7 @@
 #include <QToolButton>
 #include <QWheelEvent>
 
+#include "activate.h"
 #include "controls/date_picker.h"
 #include "program.h"
 #include "rows.h"
@@ -376,8 +377,8 @@ void tst_typing::selectOnFocus() {
         keys("one two");
         QMainWindow other;
         other.show();
-        QApplication::setActiveWindow(&other);
-        QApplication::setActiveWindow(dialog);
+        activate(&other);
+        activate(dialog);
         QTRY_VERIFY(comment->hasFocus());
         keys("!");
         QCOMPARE(comment->toPlainText(), "one two!");
