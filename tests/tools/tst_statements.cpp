@@ -42,6 +42,8 @@ QString shown(const Statement& statement) {
             parts << QString::fromStdString(part);
         lines << parts.join('|');
     }
+    for (const std::string& remark : statement.remarks)
+        lines << QString::fromStdString(remark);
     return lines.join('\n');
 }
 
@@ -68,10 +70,16 @@ class TestStatements : public QObject {
         addRow("OFX 1", QByteArray(kOfx1), plain,
                QString::fromUtf8("77|2026-01-02|-3.50||a1|Café & Co|||\n77|2026-01-03|1000.50|12|a2|Boss|||"));
         addRow("OFX 2", QByteArray(kOfx2), plain, "9|2026-01-02|-3.50||x|A <B>|||");
-        addRow("camt.053", QByteArray(kCamt), plain, "DE1|2026-01-02|-12.30||R1|Shop|Order 5||");
+        addRow("OFX 1 under the header of OFX 2",
+               QByteArray("<?xml version=\"1.0\"?>\n<?OFX OFXHEADER=\"200\"?>\n<OFX><STATUS><CODE>0\n</STATUS>"
+                          "<INVTRAN><FITID>1</INVTRAN><STMTTRN><DTPOSTED>20260102<TRNAMT>-5<NAME>A</STMTTRN></OFX>"),
+               plain, "|2026-01-02|-5.00|||A|||\ntransactions in securities left out: 1");
+        addRow("camt.053", QByteArray(kCamt), plain,
+               "DE1|2026-01-02|-12.30||R1|Shop|Order 5||\n1 entries that are not booked are left out");
         addRow("QIF", QByteArray(kQif), plain,
                "Home|2026-01-02|-1234.50|5||Shop|one||*\nHome|1998-12-31|10.00|||Move||Rent|\n"
-               "Home|2026-01-13|2.50|||Two|part|Rent|\nHome|2026-01-13|3.00|||Two|||");
+               "Home|2026-01-13|2.50|||Two|part|Rent|\nHome|2026-01-13|3.00|||Two|||\n"
+               "1 records of other kinds are left out");
         addRow("CSV, and signs that hold for the file",
                QByteArray("2.1.2026,\"A, \"\"B\"\"\nC\",\"1.234,5\"\n31.1.2026,D,(7)\n\n"), csv(dpa),
                "|2026-01-02|1234.50|||A, \"B\"\nC|||\n|2026-01-31|-7.00|||D|||");
