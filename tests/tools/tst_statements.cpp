@@ -197,6 +197,21 @@ class TestStatements : public QObject {
                     .contains("\n1998-12-31 Move\n    Assets:Home  $10.00\n    Assets:Rent  $-10.00\n"));
     }
 
+    // An envelope with a bracket keeps its transfers; ledger takes no line of more than 4096 bytes.
+    void writesForOthers() {
+        Entry entry;
+        entry.account = "Home";
+        entry.transfer = "Rent [new]";
+        entry.comment = "two " + std::string(5000, 'x');
+        const Statement budget{{{"Home", 0}, {"Rent [new]", 0}}, {entry}, {}};
+        const Statement again = read(writeQif(budget), Format::Qif, csv({}, DateOrder::MonthDayYear));
+        QCOMPARE(again.entries.at(0).transfer, entry.transfer);
+        const QString journal = QString::fromStdString(writeLedger(budget));
+        QCOMPARE(journal.count('x'), 5000 + QString("Expenses").count('x'));
+        for (const QString& line : journal.split('\n'))
+            QVERIFY(line.size() < 4096);
+    }
+
     void backsUp() {
         makeBudget("kept.mdb");
         for (int i = 0; i < 2; ++i) {
