@@ -27,7 +27,8 @@ constexpr const char* kCamt =
     "<Acct><Id><IBAN>DE1</IBAN></Id></Acct>\n"
     "<Ntry><Amt Ccy=\"EUR\">12.30</Amt><CdtDbtInd>DBIT</CdtDbtInd><Sts><Cd>BOOK</Cd></Sts><BookgDt><Dt>2026-01-02</Dt>"
     "</BookgDt><AcctSvcrRef>R1</AcctSvcrRef><NtryDtls><TxDtls><RltdPties><Dbtr><Pty><Nm>Me</Nm></Pty></Dbtr><Cdtr><Pty>"
-    "<Nm>Shop</Nm></Pty></Cdtr></RltdPties><RmtInf><Ustrd>Order 5</Ustrd></RmtInf></TxDtls></NtryDtls></Ntry>\n"
+    "<Nm>Shop</Nm></Pty></Cdtr></RltdPties><RmtInf><Ustrd>Order 5</Ustrd>"
+    "<Strd><CdtrRefInf><Ref>RF1</Ref></CdtrRefInf></Strd></RmtInf></TxDtls></NtryDtls></Ntry>\n"
     "<Ntry><Amt Ccy=\"EUR\">7</Amt><CdtDbtInd>CRDT</CdtDbtInd><Sts>PDNG</Sts></Ntry></Stmt></BkToCstmrStmt></Document>";
 constexpr const char* kQif =
     "!Account\nNHome\nTBank\n^\n!Type:Bank\nD1/ 2'26\nT-1,234.50\nPShop\nN5\nCX\nMone\n^\nD12/31/98\nU10\nPMove\n"
@@ -75,7 +76,9 @@ class TestStatements : public QObject {
                           "<INVTRAN><FITID>1</INVTRAN><STMTTRN><DTPOSTED>20260102<TRNAMT>-5<NAME>A</STMTTRN></OFX>"),
                plain, "|2026-01-02|-5.00|||A|||\ntransactions in securities left out: 1");
         addRow("camt.053", QByteArray(kCamt), plain,
-               "DE1|2026-01-02|-12.30||R1|Shop|Order 5||\n1 entries that are not booked are left out");
+               "DE1|2026-01-02|-12.30||R1|Shop|Order 5 RF1||\n1 entries that are not booked are left out");
+        addRow("camt.053, for another", QByteArray(kCamt).replace("Cdtr>", "UltmtCdtr>"), plain,
+               "DE1|2026-01-02|-12.30||R1|Shop|Order 5 RF1||\n1 entries that are not booked are left out");
         addRow("QIF", QByteArray(kQif), plain,
                "Home|2026-01-02|-1234.50|5||Shop|one||*\nHome|1998-12-31|10.00|||Move||Rent|\n"
                "Home|2026-01-13|2.50|||Two|part|Rent|\nHome|2026-01-13|3.00|||Two|||\n"
