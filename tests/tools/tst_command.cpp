@@ -7,6 +7,13 @@
 
 #include "rows.h"
 
+#ifdef Q_OS_LINUX
+#include <pty.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+#endif
+
 namespace {
 
 struct Answer {
@@ -265,6 +272,41 @@ class TestCommand : public QObject {
                  QString("error -2147217897: Database already exists.\n"));
     }
 
+#ifdef Q_OS_LINUX
+    // The password is asked for in silence, and whatever is typed, the terminal speaks again afterwards.
+    void asksForThePassword_data() {
+        addColumns<QByteArray, int, QString>("keys", "status", "says");
+        addRow("the password", QByteArray("kqx\x7flmz47\r"), 0, "\r\ntbl_envelopes\r\ntbl_items\r\n");
+        addRow("another", QByteArray("other\r"), 2 << 8, "\r\nerror -2147217843: Not a valid password.\r\n");
+        addRow("Ctrl+D", QByteArray("\x04"), 2 << 8, "\r\nerror -2147217843: Not a valid password.\r\n");
+        addRow("Ctrl+C", QByteArray("\x03"), SIGINT, "");
+    }
+    void asksForThePassword() {
+        QFETCH(QByteArray, keys);
+        const QByteArray budget = m_budget.toLocal8Bit();
+        int terminal = -1;
+        const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == 0)
+            ::_exit(::execl(JET_COMMAND, "jet", "tables", budget.constData(), nullptr));
+        const auto answer = [terminal](const char* until) {
+            QByteArray text;
+            for (char c = 0; !text.endsWith(until) && ::read(terminal, &c, 1) == 1;)
+                text += c;
+            return QString::fromUtf8(text);
+        };
+        QCOMPARE(answer(": "), "Password of " + m_budget + ": ");
+        QCOMPARE(::write(terminal, keys.constData(), static_cast<std::size_t>(keys.size())), keys.size());
+        QTEST(answer("\a"), "says");
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        QTEST(status, "status");
+        termios mode{};
+        QCOMPARE(::tcgetattr(terminal, &mode), 0);
+        QVERIFY((mode.c_lflag & ECHO) != 0);
+        ::close(terminal);
+    }
+#endif
+
     void reportsErrors_data() {
         addColumns<QStringList, QString>("arguments", "begins");
         addRow("nothing", QStringList(), "usage: jet COMMAND");
@@ -291,7 +333,9 @@ class TestCommand : public QObject {
     QTemporaryDir m_folder;
     QString m_budget;
 
-    QString path(const char* name) const { return m_folder.filePath(name); }
+    QString path(const char* name) const {
+        return m_folder.filePath(name);
+    }
     // Runs statements that must succeed.
     void sql(const QStringList& statements) const {
         const Answer answer = jet(QStringList{"sql", kPassword, m_budget} + statements);

@@ -27,7 +27,8 @@ constexpr const char* kCamt =
     "<Acct><Id><IBAN>DE1</IBAN></Id></Acct>\n"
     "<Ntry><Amt Ccy=\"EUR\">12.30</Amt><CdtDbtInd>DBIT</CdtDbtInd><Sts><Cd>BOOK</Cd></Sts><BookgDt><Dt>2026-01-02</Dt>"
     "</BookgDt><AcctSvcrRef>R1</AcctSvcrRef><NtryDtls><TxDtls><RltdPties><Dbtr><Pty><Nm>Me</Nm></Pty></Dbtr><Cdtr><Pty>"
-    "<Nm>Shop</Nm></Pty></Cdtr></RltdPties><RmtInf><Ustrd>Order 5</Ustrd></RmtInf></TxDtls></NtryDtls></Ntry>\n"
+    "<Nm>Shop</Nm></Pty></Cdtr></RltdPties><RmtInf><Ustrd>Order 5</Ustrd>"
+    "<Strd><CdtrRefInf><Ref>RF1</Ref></CdtrRefInf></Strd></RmtInf></TxDtls></NtryDtls></Ntry>\n"
     "<Ntry><Amt Ccy=\"EUR\">7</Amt><CdtDbtInd>CRDT</CdtDbtInd><Sts>PDNG</Sts></Ntry></Stmt></BkToCstmrStmt></Document>";
 constexpr const char* kQif =
     "!Account\nNHome\nTBank\n^\n!Type:Bank\nD1/ 2'26\nT-1,234.50\nPShop\nN5\nCX\nMone\n^\nD12/31/98\nU10\nPMove\n"
@@ -42,6 +43,8 @@ QString shown(const Statement& statement) {
             parts << QString::fromStdString(part);
         lines << parts.join('|');
     }
+    for (const std::string& remark : statement.remarks)
+        lines << QString::fromStdString(remark);
     return lines.join('\n');
 }
 
@@ -68,10 +71,18 @@ class TestStatements : public QObject {
         addRow("OFX 1", QByteArray(kOfx1), plain,
                QString::fromUtf8("77|2026-01-02|-3.50||a1|Café & Co|||\n77|2026-01-03|1000.50|12|a2|Boss|||"));
         addRow("OFX 2", QByteArray(kOfx2), plain, "9|2026-01-02|-3.50||x|A <B>|||");
-        addRow("camt.053", QByteArray(kCamt), plain, "DE1|2026-01-02|-12.30||R1|Shop|Order 5||");
+        addRow("OFX 1 under the header of OFX 2",
+               QByteArray("<?xml version=\"1.0\"?>\n<?OFX OFXHEADER=\"200\"?>\n<OFX><STATUS><CODE>0\n</STATUS>"
+                          "<INVTRAN><FITID>1</INVTRAN><STMTTRN><DTPOSTED>20260102<TRNAMT>-5<NAME>A</STMTTRN></OFX>"),
+               plain, "|2026-01-02|-5.00|||A|||\ntransactions in securities left out: 1");
+        addRow("camt.053", QByteArray(kCamt), plain,
+               "DE1|2026-01-02|-12.30||R1|Shop|Order 5 RF1||\n1 entries that are not booked are left out");
+        addRow("camt.053, for another", QByteArray(kCamt).replace("Cdtr>", "UltmtCdtr>"), plain,
+               "DE1|2026-01-02|-12.30||R1|Shop|Order 5 RF1||\n1 entries that are not booked are left out");
         addRow("QIF", QByteArray(kQif), plain,
                "Home|2026-01-02|-1234.50|5||Shop|one||*\nHome|1998-12-31|10.00|||Move||Rent|\n"
-               "Home|2026-01-13|2.50|||Two|part|Rent|\nHome|2026-01-13|3.00|||Two|||");
+               "Home|2026-01-13|2.50|||Two|part|Rent|\nHome|2026-01-13|3.00|||Two|||\n"
+               "1 records of other kinds are left out");
         addRow("CSV, and signs that hold for the file",
                QByteArray("2.1.2026,\"A, \"\"B\"\"\nC\",\"1.234,5\"\n31.1.2026,D,(7)\n\n"), csv(dpa),
                "|2026-01-02|1234.50|||A, \"B\"\nC|||\n|2026-01-31|-7.00|||D|||");
@@ -187,6 +198,21 @@ class TestStatements : public QObject {
         QCOMPARE(jet({"export", path("to.mdb")}), csv);
         QVERIFY(jet({"export", "--format", "ledger", path("to.mdb")})
                     .contains("\n1998-12-31 Move\n    Assets:Home  $10.00\n    Assets:Rent  $-10.00\n"));
+    }
+
+    // An envelope with a bracket keeps its transfers; ledger takes no line of more than 4096 bytes.
+    void writesForOthers() {
+        Entry entry;
+        entry.account = "Home";
+        entry.transfer = "Rent [new]";
+        entry.comment = "two " + std::string(5000, 'x');
+        const Statement budget{{{"Home", 0}, {"Rent [new]", 0}}, {entry}, {}};
+        const Statement again = read(writeQif(budget), Format::Qif, csv({}, DateOrder::MonthDayYear));
+        QCOMPARE(again.entries.at(0).transfer, entry.transfer);
+        const QString journal = QString::fromStdString(writeLedger(budget));
+        QCOMPARE(journal.count('x'), 5000 + QString("Expenses").count('x'));
+        for (const QString& line : journal.split('\n'))
+            QVERIFY(line.size() < 4096);
     }
 
     void backsUp() {

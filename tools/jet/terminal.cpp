@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "terminal.h"
 
+#include <array>
+#include <csignal>
 #include <cstdio>
 
 #ifdef _WIN32
@@ -47,22 +49,46 @@ static ssize_t readByte(int descriptor, char& c) {
     return ::read(descriptor, &c, 1);
 }
 
+// Who is interrupted while the terminal is silent leaves it as it was. A handler may call both of these functions.
+static int silentTerminal = -1;
+static termios terminalBefore;
+
+static void restoreTerminal(int signal) {
+    ::tcsetattr(silentTerminal, TCSANOW, &terminalBefore);
+    ::raise(signal);  // which does what it would have done: SA_RESETHAND
+}
+
+static std::optional<std::string> readSilently(int terminal, const std::string& question) {
+    static constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+    std::array<struct sigaction, kSignals.size()> actions{};
+    silentTerminal = terminal;
+    struct sigaction restoring {};
+    restoring.sa_handler = restoreTerminal;
+    restoring.sa_flags = static_cast<int>(SA_RESETHAND);
+    for (std::size_t i = 0; i < kSignals.size(); ++i)
+        if (::sigaction(kSignals[i], nullptr, &actions[i]) == 0 && actions[i].sa_handler != SIG_IGN)
+            ::sigaction(kSignals[i], &restoring, nullptr);
+    termios silent = terminalBefore;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    ::tcsetattr(terminal, TCSAFLUSH, &silent);
+    std::fputs(question.c_str(), stderr);  // now: what is typed before the flush is lost
+    auto line = readLine(terminal);
+    ::tcsetattr(terminal, TCSAFLUSH, &terminalBefore);
+    for (std::size_t i = 0; i < kSignals.size(); ++i)
+        ::sigaction(kSignals[i], &actions[i], nullptr);
+    return line;
+}
+
 // Asks the terminal itself: standard input may hold the statements.
 std::optional<std::string> askPassword(const std::string& path) {
     const int terminal = isTerminal(2) ? ::open("/dev/tty", O_RDWR | O_CLOEXEC) : -1;
-    termios before{};
     if (terminal < 0)
         return std::nullopt;
-    if (::tcgetattr(terminal, &before) != 0) {
+    if (::tcgetattr(terminal, &terminalBefore) != 0) {
         ::close(terminal);
         return std::nullopt;
     }
-    std::fprintf(stderr, "Password of %s: ", withoutControls(path).c_str());
-    termios silent = before;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    ::tcsetattr(terminal, TCSAFLUSH, &silent);
-    const auto line = readLine(terminal);
-    ::tcsetattr(terminal, TCSAFLUSH, &before);
+    const auto line = readSilently(terminal, "Password of " + withoutControls(path) + ": ");
     ::close(terminal);
     std::fputc('\n', stderr);
     return line;

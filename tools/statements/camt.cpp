@@ -125,7 +125,11 @@ class CamtReader {
                 m_creditor = text;
             else if (path == "RltdPties/Dbtr/Nm" || path == "RltdPties/Dbtr/Pty/Nm")
                 m_debtor = text;
-            else if (path == "RmtInf/Ustrd" && !text.empty())
+            else if ((path == "RltdPties/UltmtCdtr/Nm" || path == "RltdPties/UltmtCdtr/Pty/Nm") && m_creditor.empty())
+                m_creditor = text;
+            else if ((path == "RltdPties/UltmtDbtr/Nm" || path == "RltdPties/UltmtDbtr/Pty/Nm") && m_debtor.empty())
+                m_debtor = text;
+            else if ((path == "RmtInf/Ustrd" || path == "RmtInf/Strd/CdtrRefInf/Ref") && !text.empty())
                 m_purpose += (m_purpose.empty() ? "" : " ") + text;
         }
     }

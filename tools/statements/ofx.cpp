@@ -27,8 +27,8 @@ class OfxEntries {
             m_has = {};
         } else if (name == "STMTRS" || name == "CCSTMTRS" || name == "INVSTMTRS") {
             m_account.clear();
-        } else if ((name.starts_with("BUY") || name.starts_with("SELL")) && !isIn("INVBUY")) {
-            ++m_trades;
+        } else if (name == "INVTRAN") {
+            ++m_investments;
         }
         m_path.push_back(std::move(name));
     }
@@ -84,8 +84,8 @@ class OfxEntries {
     Statement finish(std::size_t line) {
         if (!m_finished)
             throw Error(line, "the file is cut off: there is no </OFX>");
-        if (m_trades != 0)
-            m_statement.remarks.push_back(std::to_string(m_trades) + " trades of securities are left out");
+        if (m_investments != 0)
+            m_statement.remarks.push_back("transactions in securities left out: " + std::to_string(m_investments));
         return std::move(m_statement);
     }
 
@@ -101,7 +101,7 @@ class OfxEntries {
     Has m_has;
     bool m_inside = false;
     bool m_finished = false;
-    std::size_t m_trades = 0;
+    std::size_t m_investments = 0;  // trades, dividends and transfers have one INVTRAN each
 
     [[nodiscard]] bool isIn(std::string_view name) const { return std::ranges::find(m_path, name) != m_path.end(); }
 
@@ -229,6 +229,13 @@ Statement readXml(std::string_view text) {
     return entries.finish(line());
 }
 
+// Some banks put the header of OFX 2 above a body of OFX 1, which shows in the first code: every answer has one.
+bool closesValues(std::string_view text) {
+    const std::size_t code = text.find("<CODE>");
+    const std::size_t next = code == std::string_view::npos ? code : text.find('<', code + 1);
+    return next == std::string_view::npos || text.substr(next).starts_with("</CODE>");
+}
+
 std::string headerValue(std::string_view head, std::string_view name) {
     const std::size_t at = head.find(name);
     if (at == std::string_view::npos)
@@ -260,7 +267,7 @@ Statement readOfx(std::string_view bytes, const Options& options) {
             encoding = Encoding::CodePage1252;
     }
     const std::string text = decode(bytes, encoding);
-    return xml ? readXml(text) : readSgml(text);
+    return xml && closesValues(text) ? readXml(text) : readSgml(text);
 }
 
 }  // namespace statements

@@ -23,7 +23,7 @@ bool isEntries(std::string_view type) {
 std::string transferOf(std::string_view category) {
     if (!category.starts_with('['))
         return {};
-    const std::size_t end = category.find(']');
+    const std::size_t end = category.rfind(']');
     return end == std::string_view::npos ? std::string() : std::string(category.substr(1, end - 1));
 }
 

@@ -47,6 +47,19 @@ std::string replaced(std::string text, std::string_view unwanted, char by) {
     return text;
 }
 
+// ledger reads lines of 4096 bytes at most.
+void addComment(std::string_view text, std::string& out) {
+    constexpr std::size_t kMost = 1000;
+    while (!text.empty()) {
+        std::size_t end = text.size() <= kMost ? text.size() : text.rfind(' ', kMost);
+        if (end == std::string_view::npos || end == 0)
+            for (end = kMost; (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U;)
+                --end;
+        out += "    ; " + std::string(text.substr(0, end)) + "\n";
+        text = trimmed(text.substr(end));
+    }
+}
+
 // The name of an account for each envelope, no two alike: ":" parts accounts, two blanks end a name.
 std::map<std::string, std::string> accountNames(const Statement& budget) {
     std::map<std::string, std::string> names;
@@ -116,7 +129,7 @@ std::string writeQif(const Statement& budget) {
             add("P", oneLine(entry->payee));
             add("M", oneLine(entry->comment));
             if (!entry->transfer.empty())
-                out += "L[" + replaced(oneLine(entry->transfer), "]", ' ') + "]\n";
+                out += "L[" + oneLine(entry->transfer) + "]\n";
             out += "^\n";
         }
     }
@@ -125,7 +138,7 @@ std::string writeQif(const Statement& budget) {
 
 std::string writeLedger(const Statement& budget) {
     const std::map<std::string, std::string> names = accountNames(budget);
-    std::string out;
+    std::string out = "commodity $\n    format $1000.00\naccount Expenses\naccount Income\n";
     for (const auto& [envelope, account] : names)
         out += "account " + account + "\n";
     // The second half of a transfer stands in the transaction of the first.
@@ -166,9 +179,7 @@ std::string writeLedger(const Statement& budget) {
         if (!payee.empty() && std::string_view("*!(=").find(payee.front()) != std::string_view::npos)
             payee.front() = '-';
         out += (payee.empty() ? "-" : payee) + "\n";
-        const std::string comment = replaced(oneLine(entry.comment), "[]:", ' ');
-        if (!comment.empty())
-            out += "    ; " + comment + "\n";
+        addComment(replaced(oneLine(entry.comment), "[]:", ' '), out);
         out += "    " + names.at(entry.account) + "  $" + centsText(entry.cents) + "\n";
         out += "    " + other + "  $" + centsText(-entry.cents) + "\n";
     }
