@@ -19,5 +19,9 @@ for _ in 1 2 3 4 5 6 7 8 9 10; do
 done
 openbox >/dev/null 2>&1 &
 manager=$!
-sleep 1
+# A window that is there before its manager is never given the keyboard.
+for _ in $(seq 40); do
+    xdotool get_num_desktops >/dev/null 2>&1 && break
+    sleep 0.5
+done
 "$1"
