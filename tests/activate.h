@@ -7,6 +7,6 @@
 inline void activate(QWidget* window) {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED  // since Qt 6.5, where the advice, activateWindow(), waits for a window manager
-    QApplication::setActiveWindow(window);
+        QApplication::setActiveWindow(window);
     QT_WARNING_POP
 }
