@@ -61,8 +61,7 @@ sources() { # as git knows them, uncommitted changes included
     mkdir -p "$root/home/coinvale"
     git -c safe.directory='*' ls-files -z | tar -c --null -T - | tar -C "$root/home/coinvale" -x
     chroot "$root" chown -R "$1:" /home/coinvale
-    [ -z "${CCACHE_DIR:-}" ] || in_root root "apt-get update -qq && apt-get install -qq --no-install-recommends ccache >/dev/null &&
-        ln -sf /bin/true /usr/sbin/update-ccache-symlinks" # its trigger may fail while compilers are being unpacked
+    [ -z "${CCACHE_DIR:-}" ] || in_root root "apt-get update -qq && apt-get install -qq --no-install-recommends ccache >/dev/null"
 }
 passed() { echo "Debian $release: $1"; }
 
